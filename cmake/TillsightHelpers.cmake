@@ -1,0 +1,49 @@
+# Small helpers so every library, test and benchmark target is declared the same way.
+
+function(tillsight_warnings target)
+  target_compile_options(${target} PRIVATE -Wall -Wextra)
+  if(TILLSIGHT_WERROR)
+    target_compile_options(${target} PRIVATE -Werror)
+  endif()
+endfunction()
+
+# tillsight_add_library(<name> SOURCES ... [DEPENDS ...])
+# One static library per folder; its folder's parent (src/) is the include root.
+function(tillsight_add_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
+  tillsight_warnings(${name})
+endfunction()
+
+# tillsight_add_test(<name> SOURCES ... DEPENDS ... [NEEDS_GUI] [NEEDS_GL])
+# Every GoogleTest case becomes its own CTest test. NEEDS_GUI runs it on the offscreen platform;
+# NEEDS_GL labels it "gl": scripts/test.sh runs those under xvfb-run, because OpenGL does not work
+# on the offscreen platform.
+function(tillsight_add_test name)
+  cmake_parse_arguments(ARG "NEEDS_GUI;NEEDS_GL" "" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} GTest::gtest GTest::gtest_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+  tillsight_warnings(${name})
+  set(env "TZ=UTC" "LC_ALL=C.UTF-8")
+  if(ARG_NEEDS_GUI)
+    list(APPEND env "QT_QPA_PLATFORM=offscreen")
+  endif()
+  set(label plain)
+  if(ARG_NEEDS_GL)
+    set(label gl)
+  endif()
+  # Discovery runs at test time so that a GL test binary is never started without a display.
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
+    PROPERTIES ENVIRONMENT "${env}" LABELS ${label})
+endfunction()
+
+# tillsight_add_benchmark(<name> SOURCES ... DEPENDS ...)
+function(tillsight_add_benchmark name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} benchmark::benchmark)
+  tillsight_warnings(${name})
+endfunction()

@@ -1,0 +1,650 @@
+#include "vb/Convert.h"
+
+#include "vb/DateTime.h"
+#include "vb/Format.h"
+#include "vb/Regional.h"
+#include "vb/VbError.h"
+
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace vb {
+
+namespace {
+
+constexpr double kMaxSingle = 3.4028234663852886e38;
+
+// The shortest round-trip digits of a value and its decimal exponent: 1234.5 is "12345", 3.
+struct Decimal {
+    bool negative = false;
+    std::string digits;
+    int exponent = 0;
+};
+
+template <typename T> Decimal shortestDecimal(T value) {
+    char buf[64];
+    auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific);
+    std::string_view text(buf, static_cast<std::size_t>(res.ptr - buf));
+    Decimal d;
+    if (!text.empty() && text.front() == '-') {
+        d.negative = true;
+        text.remove_prefix(1);
+    }
+    const std::size_t e = text.find('e');
+    for (char c : text.substr(0, e))
+        if (c != '.') d.digits += c;
+    d.exponent = std::stoi(std::string(text.substr(e + 1)));
+    return d;
+}
+
+// Lays out digits as the language prints numbers: plain notation while the exponent lies within
+// [-5, maxFixedExponent), otherwise d.dddE+xx.
+QString layoutDecimal(const Decimal& d, int maxFixedExponent, const QString& point) {
+    QString out;
+    if (d.negative) out += u'-';
+    const auto digits = QString::fromLatin1(d.digits.data(), static_cast<qsizetype>(d.digits.size()));
+    if (d.exponent < -4 || d.exponent >= maxFixedExponent) {
+        out += digits.left(1);
+        if (digits.size() > 1) out += point + digits.mid(1);
+        out += d.exponent < 0 ? u"E-"_s : u"E+"_s;
+        out += QString::number(std::abs(d.exponent)).rightJustified(2, u'0');
+        return out;
+    }
+    if (d.exponent < 0) {
+        out += u'0' + point + QString(-d.exponent - 1, u'0') + digits;
+        return out;
+    }
+    const qsizetype intDigits = d.exponent + 1;
+    if (digits.size() <= intDigits) return out + digits + QString(intDigits - digits.size(), u'0');
+    return out + digits.left(intDigits) + point + digits.mid(intDigits);
+}
+
+bool isBlank(QChar c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
+
+// &H and &O numbers: up to 16 bits they are an Integer, up to 32 bits a Long, so "&HFFFF" is -1.
+// A trailing & makes them a Long. `pos` is just past the '&'.
+std::optional<double> radixNumber(QStringView s, qsizetype& pos) {
+    if (pos >= s.size()) return std::nullopt;
+    const QChar kind = s[pos].toUpper();
+    const int radix = kind == u'H' ? 16 : kind == u'O' ? 8 : 0;
+    if (radix == 0) return std::nullopt;
+    ++pos;
+    std::uint64_t value = 0;
+    int count = 0;
+    while (pos < s.size()) {
+        const int digit = QChar(s[pos]).toLower().unicode() >= u'a' && s[pos].toLower() <= u'f'
+                              ? s[pos].toLower().unicode() - u'a' + 10
+                              : s[pos].digitValue();
+        if (digit < 0 || digit >= radix) break;
+        value = value * radix + static_cast<std::uint64_t>(digit);
+        if (value > 0xFFFFFFFFull) raise(err::Overflow);
+        ++count;
+        ++pos;
+    }
+    if (count == 0) return std::nullopt;
+    bool forceLong = pos < s.size() && s[pos] == u'&';
+    if (forceLong) ++pos;
+    if (value <= 0xFFFF && !forceLong) return static_cast<double>(static_cast<std::int16_t>(value));
+    return static_cast<double>(static_cast<std::int32_t>(static_cast<std::uint32_t>(value)));
+}
+
+// ---- date text reading ----
+
+struct DateToken {
+    enum Kind { Number, Word, Colon, Sep } kind;
+    int value = 0;       // Number: its value; Word: month 1..12, 13 AM, 14 PM, 0 weekday
+    int digits = 0;      // Number: how many digits were written
+};
+
+int wordValue(const QString& word, const Regional& r) {
+    for (int i = 0; i < 12; ++i)
+        if (word.compare(r.monthNames[i], Qt::CaseInsensitive) == 0 ||
+            word.compare(r.monthAbbrevs[i], Qt::CaseInsensitive) == 0)
+            return i + 1;
+    const Regional us = Regional::enUS();
+    for (int i = 0; i < 12; ++i)
+        if (word.compare(us.monthNames[i], Qt::CaseInsensitive) == 0 ||
+            word.compare(us.monthAbbrevs[i], Qt::CaseInsensitive) == 0 ||
+            (word.size() >= 3 && us.monthNames[i].startsWith(word, Qt::CaseInsensitive)))
+            return i + 1;
+    if (word.compare(r.am, Qt::CaseInsensitive) == 0 || word.compare(u"AM", Qt::CaseInsensitive) == 0 ||
+        word.compare(u"A", Qt::CaseInsensitive) == 0)
+        return 13;
+    if (word.compare(r.pm, Qt::CaseInsensitive) == 0 || word.compare(u"PM", Qt::CaseInsensitive) == 0 ||
+        word.compare(u"P", Qt::CaseInsensitive) == 0)
+        return 14;
+    for (int i = 0; i < 7; ++i)
+        if (word.compare(r.dayNames[i], Qt::CaseInsensitive) == 0 ||
+            word.compare(r.dayAbbrevs[i], Qt::CaseInsensitive) == 0 ||
+            word.compare(us.dayNames[i], Qt::CaseInsensitive) == 0 ||
+            word.compare(us.dayAbbrevs[i], Qt::CaseInsensitive) == 0)
+            return 0;
+    return -1;
+}
+
+std::optional<std::vector<DateToken>> tokenizeDate(QStringView s, const Regional& r) {
+    std::vector<DateToken> tokens;
+    for (qsizetype i = 0; i < s.size();) {
+        const QChar c = s[i];
+        if (c.isDigit()) {
+            int value = 0, digits = 0;
+            while (i < s.size() && s[i].isDigit()) {
+                if (digits < 9) value = value * 10 + s[i].digitValue();
+                ++digits;
+                ++i;
+            }
+            tokens.push_back({DateToken::Number, value, digits});
+        } else if (c.isLetter()) {
+            qsizetype start = i;
+            while (i < s.size() && s[i].isLetter()) ++i;
+            // "T" between an ISO date and its time is a separator, not a word.
+            QString word = s.mid(start, i - start).toString();
+            if (word.compare(u"T", Qt::CaseInsensitive) == 0 && !tokens.empty() &&
+                tokens.back().kind == DateToken::Number) {
+                tokens.push_back({DateToken::Sep});
+                continue;
+            }
+            int v = wordValue(word, r);
+            if (v < 0) return std::nullopt;
+            if (v == 0) continue; // a weekday name carries nothing
+            tokens.push_back({DateToken::Word, v});
+        } else if (c == u':' || QStringView(r.timeSeparator) == QStringView(&c, 1)) {
+            tokens.push_back({DateToken::Colon});
+            ++i;
+        } else if (c == u'/' || c == u'-' || c == u'.' || c == u',' || isBlank(c) ||
+                   QStringView(r.dateSeparator) == QStringView(&c, 1)) {
+            if (tokens.empty() || tokens.back().kind != DateToken::Sep) tokens.push_back({DateToken::Sep});
+            ++i;
+        } else {
+            return std::nullopt;
+        }
+    }
+    return tokens;
+}
+
+// Takes the time (h:nn[:ss] [AM|PM], or h AM|PM) out of the tokens; -1 when it is not valid.
+int extractTime(std::vector<DateToken>& t, bool& found) {
+    found = false;
+    for (std::size_t i = 0; i < t.size(); ++i) {
+        if (t[i].kind != DateToken::Number) continue;
+        std::size_t j = i + 1;
+        int parts[3] = {t[i].value, 0, 0};
+        int count = 1;
+        while (count < 3 && j + 1 < t.size() && t[j].kind == DateToken::Colon &&
+               t[j + 1].kind == DateToken::Number) {
+            parts[count++] = t[j + 1].value;
+            j += 2;
+        }
+        std::size_t k = j;
+        if (k < t.size() && t[k].kind == DateToken::Sep) ++k;
+        const bool meridian = k < t.size() && t[k].kind == DateToken::Word && t[k].value >= 13;
+        if (count == 1 && !meridian) continue;
+        found = true;
+        int hour = parts[0];
+        if (meridian) {
+            if (hour < 1 || hour > 12) return -1;
+            hour = hour % 12 + (t[k].value == 14 ? 12 : 0);
+            j = k + 1;
+        }
+        if (hour > 23 || parts[1] > 59 || parts[2] > 59) return -1;
+        t.erase(t.begin() + static_cast<std::ptrdiff_t>(i), t.begin() + static_cast<std::ptrdiff_t>(j));
+        return hour * 3600 + parts[1] * 60 + parts[2];
+    }
+    return 0;
+}
+
+int windowYear(int year, int digits) {
+    if (digits <= 2) return year < 30 ? 2000 + year : 1900 + year;
+    return year;
+}
+
+bool validDay(int y, int m, int d) {
+    if (y < 100 || y > 9999 || m < 1 || m > 12 || d < 1) return false;
+    static constexpr int kDays[] = {31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    if (d > kDays[m - 1]) return false;
+    const bool leap = (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+    return !(m == 2 && d == 29 && !leap);
+}
+
+// Whether the regional short date puts the day before the month.
+bool regionalDayFirst(const Regional& r) {
+    const qsizetype d = r.shortDate.indexOf(u'd', 0, Qt::CaseInsensitive);
+    const qsizetype m = r.shortDate.indexOf(u'm', 0, Qt::CaseInsensitive);
+    return d >= 0 && m >= 0 && d < m;
+}
+
+std::optional<std::int64_t> readDay(const std::vector<DateToken>& t, bool monthFirst,
+                                    const Regional& r) {
+    std::vector<DateToken> nums;
+    int month = 0;
+    for (const DateToken& tok : t) {
+        if (tok.kind == DateToken::Number) nums.push_back(tok);
+        else if (tok.kind == DateToken::Word && tok.value <= 12) {
+            if (month != 0) return std::nullopt;
+            month = tok.value;
+        } else if (tok.kind == DateToken::Word || tok.kind == DateToken::Colon) {
+            return std::nullopt;
+        }
+    }
+    int y = 0, m = 0, d = 0;
+    auto isYear = [](const DateToken& n) { return n.digits >= 3 || n.value > 31; };
+    if (month != 0) {
+        m = month;
+        if (nums.size() == 2) {
+            const bool yearFirst = isYear(nums[0]) && !isYear(nums[1]);
+            const DateToken& dayTok = yearFirst ? nums[1] : nums[0];
+            const DateToken& yearTok = yearFirst ? nums[0] : nums[1];
+            d = dayTok.value;
+            y = windowYear(yearTok.value, yearTok.digits);
+        } else if (nums.size() == 1) {
+            if (isYear(nums[0])) { // "March 2003"
+                y = windowYear(nums[0].value, nums[0].digits);
+                d = 1;
+            } else { // "23 March": this year
+                y = splitDate(today()).year;
+                d = nums[0].value;
+            }
+        } else {
+            return std::nullopt;
+        }
+    } else if (nums.size() == 3) {
+        if (isYear(nums[0])) {
+            y = nums[0].value;
+            m = nums[1].value;
+            d = nums[2].value;
+        } else {
+            const bool dayFirst = !monthFirst && regionalDayFirst(r);
+            m = dayFirst ? nums[1].value : nums[0].value;
+            d = dayFirst ? nums[0].value : nums[1].value;
+            y = windowYear(nums[2].value, nums[2].digits);
+        }
+    } else if (nums.size() == 2) {
+        if (isYear(nums[1])) { // "3/2003": the first of the month
+            m = nums[0].value;
+            d = 1;
+            y = windowYear(nums[1].value, nums[1].digits);
+        } else {
+            const bool dayFirst = !monthFirst && regionalDayFirst(r);
+            m = dayFirst ? nums[1].value : nums[0].value;
+            d = dayFirst ? nums[0].value : nums[1].value;
+            y = splitDate(today()).year;
+        }
+    } else {
+        return std::nullopt;
+    }
+    if (m > 12 && d <= 12) std::swap(m, d); // 13/1/2003 is read as the 13th of January
+    if (!validDay(y, m, d)) return std::nullopt;
+    return dayNumberFromCivil(y, m, d);
+}
+
+bool onlySeparators(const std::vector<DateToken>& t) {
+    for (const DateToken& tok : t)
+        if (tok.kind != DateToken::Sep) return false;
+    return true;
+}
+
+double integralCheck(double value, double lo, double hi) {
+    double r = roundHalfEven(value);
+    if (!(r >= lo && r <= hi)) raise(err::Overflow);
+    return r;
+}
+
+} // namespace
+
+Currency Currency::fromDouble(double value) {
+    const double scaled = std::nearbyint(value * kScale);
+    if (!(scaled >= -9.2233720368547758e18 && scaled < 9.2233720368547758e18)) raise(err::Overflow);
+    return Currency{static_cast<std::int64_t>(scaled)};
+}
+
+double roundHalfEven(double value) { return std::nearbyint(value); }
+
+namespace {
+
+QString currencyText(Currency value, const QString& point) {
+    const bool negative = value.scaled < 0;
+    const std::uint64_t magnitude =
+        negative ? 0 - static_cast<std::uint64_t>(value.scaled) : static_cast<std::uint64_t>(value.scaled);
+    QString out = negative ? QStringLiteral("-") : QString();
+    out += QString::number(magnitude / Currency::kScale);
+    std::uint64_t fraction = magnitude % Currency::kScale;
+    if (fraction != 0) {
+        QString f = QString::number(fraction).rightJustified(4, u'0');
+        while (f.endsWith(u'0')) f.chop(1);
+        out += point + f;
+    }
+    return out;
+}
+
+// The text of a number kind with the given decimal point (CStr uses the regional one, Str ".").
+QString numberText(const Variant& v, const QString& point) {
+    switch (v.type()) {
+    case VarType::Integer:
+        return QString::number(v.integerValue());
+    case VarType::Long:
+        return QString::number(v.longValue());
+    case VarType::Single:
+        return v.singleValue() == 0 ? u"0"_s : layoutDecimal(shortestDecimal(v.singleValue()), 7, point);
+    case VarType::Double:
+        return v.doubleValue() == 0 ? u"0"_s : layoutDecimal(shortestDecimal(v.doubleValue()), 15, point);
+    case VarType::Currency:
+        return currencyText(v.currencyValue(), point);
+    default:
+        return numberText(Variant(cdbl(v)), point);
+    }
+}
+
+} // namespace
+
+QString doubleToText(double value) { return numberText(Variant(value), Regional::current().decimalPoint); }
+QString singleToText(float value) { return numberText(Variant(value), Regional::current().decimalPoint); }
+QString currencyToText(Currency value) {
+    return currencyText(value, Regional::current().decimalPoint);
+}
+
+QString dateToText(double serial) { return formatDate(serial, QStringLiteral("General Date")); }
+
+std::optional<double> parseNumber(QStringView text) {
+    const Regional& r = Regional::current();
+    QStringView s = text.trimmed();
+    if (s.isEmpty()) return std::nullopt;
+    if (s.front() == u'&') {
+        qsizetype pos = 1;
+        auto v = radixNumber(s, pos);
+        if (v && pos == s.size()) return v;
+        return std::nullopt;
+    }
+    bool negative = false;
+    if (s.front() == u'(' && s.back() == u')') {
+        negative = true;
+        s = s.mid(1, s.size() - 2).trimmed();
+    }
+    auto stripSymbol = [&](QStringView& v) {
+        if (!r.currencySymbol.isEmpty()) {
+            if (v.startsWith(r.currencySymbol)) v = v.mid(r.currencySymbol.size()).trimmed();
+            else if (v.endsWith(r.currencySymbol)) v = v.chopped(r.currencySymbol.size()).trimmed();
+        }
+    };
+    stripSymbol(s);
+    if (!s.isEmpty() && (s.front() == u'-' || s.front() == u'+')) {
+        if (negative && s.front() == u'-') return std::nullopt;
+        negative = negative != (s.front() == u'-');
+        s = s.mid(1).trimmed();
+    }
+    stripSymbol(s);
+    // Rebuild a plain C number: digits, one point, an optional exponent; group separators go.
+    std::string plain;
+    bool sawDigit = false, sawPoint = false, sawExponent = false;
+    for (qsizetype i = 0; i < s.size(); ++i) {
+        const QChar c = s[i];
+        if (c.isDigit()) {
+            plain += static_cast<char>('0' + c.digitValue());
+            sawDigit = true;
+        } else if (!sawExponent && !sawPoint && s.mid(i).startsWith(r.decimalPoint)) {
+            plain += '.';
+            sawPoint = true;
+            i += r.decimalPoint.size() - 1;
+        } else if (!sawExponent && !sawPoint && sawDigit && !r.thousandsSeparator.isEmpty() &&
+                   s.mid(i).startsWith(r.thousandsSeparator)) {
+            i += r.thousandsSeparator.size() - 1;
+        } else if (!sawExponent && sawDigit && (c == u'e' || c == u'E' || c == u'd' || c == u'D')) {
+            plain += 'e';
+            sawExponent = true;
+            if (i + 1 < s.size() && (s[i + 1] == u'+' || s[i + 1] == u'-'))
+                plain += static_cast<char>(s[++i].unicode());
+        } else {
+            return std::nullopt;
+        }
+    }
+    if (!sawDigit || plain.back() == 'e' || plain.back() == '+' || plain.back() == '-')
+        return std::nullopt;
+    double value = 0;
+    auto res = std::from_chars(plain.data(), plain.data() + plain.size(), value);
+    if (res.ec == std::errc::result_out_of_range) raise(err::Overflow);
+    if (res.ec != std::errc() || res.ptr != plain.data() + plain.size()) return std::nullopt;
+    return negative ? -value : value;
+}
+
+std::optional<double> parseDate(QStringView text, bool monthFirst) {
+    const Regional& r = Regional::current();
+    auto tokens = tokenizeDate(text.trimmed(), r);
+    if (!tokens || tokens->empty()) return std::nullopt;
+    bool hasTime = false;
+    const int second = extractTime(*tokens, hasTime);
+    if (second < 0) return std::nullopt;
+    if (onlySeparators(*tokens)) {
+        if (!hasTime) return std::nullopt;
+        return joinSerial(0, second);
+    }
+    auto day = readDay(*tokens, monthFirst, r);
+    if (!day) return std::nullopt;
+    return joinSerial(*day, second);
+}
+
+double val(QStringView text) {
+    QString s;
+    s.reserve(text.size());
+    for (QChar c : text)
+        if (!isBlank(c)) s += c;
+    qsizetype pos = 0;
+    if (s.startsWith(u'&')) {
+        pos = 1;
+        try {
+            return radixNumber(s, pos).value_or(0.0);
+        } catch (const VbError&) {
+            return 0.0;
+        }
+    }
+    std::string plain;
+    if (pos < s.size() && (s[pos] == u'+' || s[pos] == u'-')) plain += static_cast<char>(s[pos++].unicode());
+    bool point = false;
+    std::size_t mantissaDigits = 0;
+    for (; pos < s.size(); ++pos) {
+        const QChar c = s[pos];
+        if (c.isDigit() && c.unicode() < 128) {
+            plain += static_cast<char>(c.unicode());
+            ++mantissaDigits;
+        } else if (c == u'.' && !point) {
+            plain += '.';
+            point = true;
+        } else {
+            break;
+        }
+    }
+    if (mantissaDigits == 0) return 0.0;
+    if (pos < s.size() && (s[pos] == u'e' || s[pos] == u'E' || s[pos] == u'd' || s[pos] == u'D')) {
+        std::string exponent = "e";
+        qsizetype p = pos + 1;
+        if (p < s.size() && (s[p] == u'+' || s[p] == u'-')) exponent += static_cast<char>(s[p++].unicode());
+        bool any = false;
+        while (p < s.size() && s[p].isDigit() && s[p].unicode() < 128) {
+            exponent += static_cast<char>(s[p++].unicode());
+            any = true;
+        }
+        if (any) plain += exponent;
+    }
+    double value = 0;
+    auto res = std::from_chars(plain.data() + (plain[0] == '+' ? 1 : 0), plain.data() + plain.size(), value);
+    if (res.ec == std::errc::result_out_of_range) raise(err::Overflow);
+    return value;
+}
+
+QString cstr(const Variant& v) {
+    switch (v.type()) {
+    case VarType::Empty:
+        return QString();
+    case VarType::Null:
+        raise(err::InvalidUseOfNull);
+    case VarType::Boolean:
+        return v.boolValue() ? QStringLiteral("True") : QStringLiteral("False");
+    case VarType::Integer:
+    case VarType::Long:
+    case VarType::Single:
+    case VarType::Double:
+    case VarType::Currency:
+        return numberText(v, Regional::current().decimalPoint);
+    case VarType::Date:
+        return dateToText(v.dateValue());
+    case VarType::String:
+        return v.stringValue();
+    }
+    raise(err::TypeMismatch);
+}
+
+double cdbl(const Variant& v) {
+    switch (v.type()) {
+    case VarType::Empty:
+        return 0.0;
+    case VarType::Null:
+        raise(err::InvalidUseOfNull);
+    case VarType::Boolean:
+        return v.boolValue() ? -1.0 : 0.0;
+    case VarType::Integer:
+        return v.integerValue();
+    case VarType::Long:
+        return v.longValue();
+    case VarType::Single:
+        return v.singleValue();
+    case VarType::Double:
+        return v.doubleValue();
+    case VarType::Currency:
+        return v.currencyValue().toDouble();
+    case VarType::Date:
+        return v.dateValue();
+    case VarType::String:
+        if (auto n = parseNumber(v.stringValue())) return *n;
+        raise(err::TypeMismatch);
+    }
+    raise(err::TypeMismatch);
+}
+
+float csng(const Variant& v) {
+    const double d = cdbl(v);
+    if (std::fabs(d) > kMaxSingle) raise(err::Overflow);
+    return static_cast<float>(d);
+}
+
+std::int32_t clng(const Variant& v) {
+    if (v.type() == VarType::Long) return v.longValue();
+    if (v.type() == VarType::Currency) {
+        // Exact: round the scaled integer half to even without going through a double.
+        const std::int64_t s = v.currencyValue().scaled;
+        std::int64_t q = s / Currency::kScale;
+        const std::int64_t rem = s % Currency::kScale;
+        if (2 * std::abs(rem) > Currency::kScale || (2 * std::abs(rem) == Currency::kScale && q % 2 != 0))
+            q += s < 0 ? -1 : 1;
+        if (q < std::numeric_limits<std::int32_t>::min() || q > std::numeric_limits<std::int32_t>::max())
+            raise(err::Overflow);
+        return static_cast<std::int32_t>(q);
+    }
+    return static_cast<std::int32_t>(integralCheck(cdbl(v), -2147483648.0, 2147483647.0));
+}
+
+std::int16_t cint(const Variant& v) {
+    if (v.type() == VarType::Integer) return v.integerValue();
+    const std::int32_t l = v.type() == VarType::Currency
+                               ? clng(v)
+                               : static_cast<std::int32_t>(integralCheck(cdbl(v), -32768.0, 32767.0));
+    if (l < -32768 || l > 32767) raise(err::Overflow);
+    return static_cast<std::int16_t>(l);
+}
+
+Currency ccur(const Variant& v) {
+    switch (v.type()) {
+    case VarType::Currency:
+        return v.currencyValue();
+    case VarType::Integer:
+        return Currency{static_cast<std::int64_t>(v.integerValue()) * Currency::kScale};
+    case VarType::Long:
+        return Currency{static_cast<std::int64_t>(v.longValue()) * Currency::kScale};
+    default:
+        return Currency::fromDouble(cdbl(v));
+    }
+}
+
+bool cbool(const Variant& v) {
+    switch (v.type()) {
+    case VarType::Null:
+        raise(err::InvalidUseOfNull);
+    case VarType::Boolean:
+        return v.boolValue();
+    case VarType::String: {
+        const QString t = v.stringValue().trimmed();
+        if (t.compare(u"True", Qt::CaseInsensitive) == 0) return true;
+        if (t.compare(u"False", Qt::CaseInsensitive) == 0) return false;
+        if (auto n = parseNumber(t)) return *n != 0;
+        raise(err::TypeMismatch);
+    }
+    case VarType::Currency:
+        return v.currencyValue().scaled != 0;
+    default:
+        return cdbl(v) != 0;
+    }
+}
+
+double cdate(const Variant& v) {
+    switch (v.type()) {
+    case VarType::Null:
+        raise(err::InvalidUseOfNull);
+    case VarType::Date:
+        return v.dateValue();
+    case VarType::String:
+        if (auto d = parseDate(v.stringValue())) return *d;
+        raise(err::TypeMismatch);
+    default: {
+        const double d = cdbl(v);
+        if (!isValidDateSerial(d)) raise(err::Overflow);
+        return d;
+    }
+    }
+}
+
+Variant cvdate(const Variant& v) { return v.isNull() ? Variant::null() : Variant::date(cdate(v)); }
+
+QString str(const Variant& v) {
+    if (v.isNull()) raise(err::InvalidUseOfNull);
+    if (v.type() == VarType::Boolean) return cstr(v);
+    if (v.type() == VarType::Date) return u' ' + cstr(v);
+    // Str always writes "." and a blank where a plus sign would go, and no zero before the point.
+    const QString text = numberText(v.isEmpty() ? Variant(std::int16_t(0)) : v, u"."_s);
+    const bool negative = text.startsWith(u'-');
+    QString body = negative ? text.mid(1) : text;
+    if (body.startsWith(u"0.")) body.remove(0, 1);
+    return (negative ? u"-"_s : u" "_s) + body;
+}
+
+bool isNumeric(const Variant& v) {
+    switch (v.type()) {
+    case VarType::Null:
+    case VarType::Date:
+        return false;
+    case VarType::String:
+        try {
+            return parseNumber(v.stringValue()).has_value();
+        } catch (const VbError&) {
+            return false;
+        }
+    default:
+        return true;
+    }
+}
+
+bool isDate(const Variant& v) {
+    if (v.isDate()) return true;
+    if (v.isString()) return parseDate(v.stringValue()).has_value();
+    return false;
+}
+
+double dateValue(const Variant& v) {
+    return joinSerial(splitSerial(cdate(v)).day, 0);
+}
+
+double timeValue(const Variant& v) {
+    return joinSerial(0, splitSerial(cdate(v)).second);
+}
+
+} // namespace vb

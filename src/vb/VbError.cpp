@@ -1,0 +1,27 @@
+#include "vb/VbError.h"
+
+namespace vb {
+
+VbError::VbError(int number, const QString& description)
+    : std::runtime_error(description.toStdString()), number_(number), description_(description) {}
+
+QString errorMessage(int number) {
+    switch (number) {
+    case err::InvalidProcedureCall:
+        return QStringLiteral("Invalid procedure call or argument");
+    case err::Overflow:
+        return QStringLiteral("Overflow");
+    case err::DivisionByZero:
+        return QStringLiteral("Division by zero");
+    case err::TypeMismatch:
+        return QStringLiteral("Type mismatch");
+    case err::InvalidUseOfNull:
+        return QStringLiteral("Invalid use of Null");
+    default:
+        return QStringLiteral("Application-defined or object-defined error");
+    }
+}
+
+void raise(int number) { throw VbError(number, errorMessage(number)); }
+
+} // namespace vb

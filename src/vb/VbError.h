@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+#include <stdexcept>
+
+namespace vb {
+
+// A run-time error with the language's number and message, so callers (and the dialect engine)
+// can report failures exactly as the original runtime would.
+class VbError : public std::runtime_error {
+public:
+    VbError(int number, const QString& description);
+    int number() const noexcept { return number_; }
+    const QString& description() const noexcept { return description_; }
+
+private:
+    int number_;
+    QString description_;
+};
+
+namespace err {
+constexpr int InvalidProcedureCall = 5;
+constexpr int Overflow = 6;
+constexpr int DivisionByZero = 11;
+constexpr int TypeMismatch = 13;
+constexpr int InvalidUseOfNull = 94;
+} // namespace err
+
+// The language's standard message for an error number ("Overflow" for 6, ...).
+QString errorMessage(int number);
+
+// Throws VbError(number, errorMessage(number)).
+[[noreturn]] void raise(int number);
+
+} // namespace vb

@@ -1,0 +1,205 @@
+#include "vb/Convert.h"
+
+#include "vb/DateTime.h"
+#include "support/VbTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+using namespace vb;
+using namespace Qt::Literals::StringLiterals;
+using testsupport::errorOf;
+
+namespace {
+
+class Conversions : public testsupport::EnUsTest {};
+
+double ymd(int y, int m, int d, int hh = 0, int nn = 0, int ss = 0) {
+    return joinSerial(dayNumberFromCivil(y, m, d), hh * 3600 + nn * 60 + ss);
+}
+
+} // namespace
+
+TEST_F(Conversions, WholeNumbersRoundHalfToEven) {
+    EXPECT_EQ(cint(Variant(0.5)), 0);
+    EXPECT_EQ(cint(Variant(1.5)), 2);
+    EXPECT_EQ(cint(Variant(2.5)), 2);
+    EXPECT_EQ(cint(Variant(-2.5)), -2);
+    EXPECT_EQ(cint(Variant(2.5000001)), 3);
+    EXPECT_EQ(clng(Variant(u"3.5"_s)), 4);
+    EXPECT_EQ(clng(Variant(Currency{25000})), 2); // 2.5 exactly
+    EXPECT_EQ(clng(Variant(Currency{35000})), 4);
+    EXPECT_EQ(cint(Variant(Currency{-25000})), -2);
+    EXPECT_EQ(cint(Variant(-32768.5)), -32768);
+    EXPECT_EQ(cint(Variant(true)), -1);
+    EXPECT_EQ(errorOf([] { cint(Variant(32767.5)); }), 6);
+    EXPECT_EQ(errorOf([] { clng(Variant(2147483647.5)); }), 6);
+    EXPECT_EQ(errorOf([] { cint(Variant(u"abc"_s)); }), 13);
+    EXPECT_EQ(errorOf([] { clng(Variant::null()); }), 94);
+    EXPECT_EQ(errorOf([] { csng(Variant(1e39)); }), 6);
+    EXPECT_EQ(errorOf([] { ccur(Variant(1e15)); }), 6);
+    EXPECT_EQ(ccur(Variant(12.3456)).scaled, 123456);
+    EXPECT_EQ(ccur(Variant(u"$1,234.5"_s)).scaled, 12345000);
+}
+
+TEST_F(Conversions, CStrWritesTheShortestTextThatReadsBack) {
+    struct Case {
+        double value;
+        const char* text;
+    } cases[] = {
+        {0.1, "0.1"},          {-0.5, "-0.5"},          {0.1 + 0.2, "0.30000000000000004"},
+        {1e15, "1E+15"},        {123456789012345.0, "123456789012345"},
+        {1.5e-7, "1.5E-07"},    {0.0001, "0.0001"},      {0.00001, "1E-05"},
+        {1e300, "1E+300"},      {2.0, "2"},              {1234.5, "1234.5"},
+        {-1.25e20, "-1.25E+20"},
+    };
+    for (const Case& c : cases) EXPECT_EQ(cstr(Variant(c.value)), QString::fromUtf8(c.text)) << c.text;
+    // A Single prints its own shortest digits, not those of the double it widens to.
+    EXPECT_EQ(cstr(Variant(0.1f)), u"0.1");
+    EXPECT_EQ(cstr(Variant(15000000.0f)), u"1.5E+07");
+    EXPECT_EQ(cstr(Variant(Currency{125000})), u"12.5");
+    EXPECT_EQ(cstr(Variant(Currency{-1})), u"-0.0001");
+    EXPECT_EQ(cstr(Variant(true)), u"True");
+    EXPECT_EQ(cstr(Variant(std::int16_t(-7))), u"-7");
+    EXPECT_EQ(cstr(Variant()), u"");
+    EXPECT_EQ(errorOf([] { cstr(Variant::null()); }), 94);
+}
+
+TEST_F(Conversions, CStrOfDatesUsesTheGeneralDateForm) {
+    EXPECT_EQ(cstr(Variant::date(ymd(2003, 3, 23, 14, 5, 9))), u"3/23/2003 2:05:09 PM");
+    EXPECT_EQ(cstr(Variant::date(ymd(2003, 3, 23))), u"3/23/2003");
+    EXPECT_EQ(cstr(Variant::date(ymd(1899, 12, 30, 0, 0, 1))), u"12:00:01 AM");
+    EXPECT_EQ(cstr(Variant::date(-1.25)), u"12/29/1899 6:00:00 AM");
+}
+
+TEST_F(Conversions, RegionalDecimalPointInCStrButNeverInStr) {
+    Regional comma = Regional::enUS();
+    comma.decimalPoint = u","_s;
+    comma.thousandsSeparator = u"."_s;
+    Regional::setCurrent(comma);
+    EXPECT_EQ(cstr(Variant(1.5)), u"1,5");
+    EXPECT_EQ(str(Variant(1.5)), u" 1.5");
+    EXPECT_DOUBLE_EQ(cdbl(Variant(u"1.234,5"_s)), 1234.5);
+}
+
+TEST_F(Conversions, CDblReadsNumbersAsPeopleWriteThem) {
+    EXPECT_DOUBLE_EQ(cdbl(Variant(u"1,234.5"_s)), 1234.5);
+    EXPECT_DOUBLE_EQ(cdbl(Variant(u" $1,234.50 "_s)), 1234.5);
+    EXPECT_DOUBLE_EQ(cdbl(Variant(u"(5)"_s)), -5);
+    EXPECT_DOUBLE_EQ(cdbl(Variant(u"-$5"_s)), -5);
+    EXPECT_DOUBLE_EQ(cdbl(Variant(u"&H10"_s)), 16);
+    EXPECT_DOUBLE_EQ(cdbl(Variant(u"1e3"_s)), 1000);
+    EXPECT_DOUBLE_EQ(cdbl(Variant(u".5"_s)), 0.5);
+    EXPECT_DOUBLE_EQ(cdbl(Variant(true)), -1);
+    EXPECT_DOUBLE_EQ(cdbl(Variant()), 0);
+    EXPECT_DOUBLE_EQ(cdbl(Variant::date(37703.5)), 37703.5);
+    for (const char* bad : {"", "12abc", "1e", "--1", "1.2.3", "$"})
+        EXPECT_EQ(errorOf([&] { cdbl(Variant(bad)); }), 13) << bad;
+}
+
+TEST_F(Conversions, CBoolTakesMinusOneTrueAndAnyNonZeroNumber) {
+    EXPECT_TRUE(cbool(Variant(u"-1"_s)));
+    EXPECT_TRUE(cbool(Variant(u"True"_s)));
+    EXPECT_TRUE(cbool(Variant(u" true "_s)));
+    EXPECT_FALSE(cbool(Variant(u"FALSE"_s)));
+    EXPECT_FALSE(cbool(Variant(u"0"_s)));
+    EXPECT_TRUE(cbool(Variant(u"2.5"_s)));
+    EXPECT_TRUE(cbool(Variant(0.001)));
+    EXPECT_FALSE(cbool(Variant(Currency{0})));
+    EXPECT_FALSE(cbool(Variant()));
+    EXPECT_EQ(errorOf([] { cbool(Variant(u"yes"_s)); }), 13);
+    EXPECT_EQ(errorOf([] { cbool(Variant::null()); }), 94);
+}
+
+TEST_F(Conversions, CDateReadsTheFormsPeopleAndThisSystemWrite) {
+    const double day = ymd(2003, 3, 23);
+    const double afternoon = ymd(2003, 3, 23, 14, 5, 0);
+    const double withSeconds = ymd(2003, 3, 23, 14, 5, 9);
+    struct Case {
+        const char* text;
+        double expected;
+    } cases[] = {
+        {"3/23/2003", day},
+        {"03/23/2003", day},
+        {"2003/03/23", day},
+        {"2003-03-23", day},
+        {"23 Mar 2003", day},
+        {"23-Mar-03", day},
+        {"March 23, 2003", day},
+        {"Sunday, March 23, 2003", day},
+        {"3/23/03", day},
+        {"3/23/2003 2:05 PM", afternoon},
+        {"3/23/2003 14:05", afternoon},
+        {"2003/03/23 14:05:09", withSeconds},
+        {"2003-03-23T14:05:09", withSeconds},
+        {"23 Mar 2003 2:05:09 pm", withSeconds},
+        {"March 23, 2003 2:05:09 PM", withSeconds},
+        {"3/23/2003 12:00 AM", day},
+        {"3/23/2003 12:30 PM", ymd(2003, 3, 23, 12, 30)},
+        {"14:05:09", (14 * 3600 + 5 * 60 + 9) / 86400.0},
+        {"2:05 PM", (14 * 3600 + 5 * 60) / 86400.0},
+        {"13/1/2003", ymd(2003, 1, 13)}, // a month past 12 swaps with the day
+        {"1/1/30", ymd(1930, 1, 1)},
+        {"1/1/29", ymd(2029, 1, 1)},
+        {"12/29/1899 6:00 AM", -1.25},
+        {"1/1/100", ymd(100, 1, 1)},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_DOUBLE_EQ(cdate(Variant(c.text)), c.expected);
+        EXPECT_TRUE(isDate(Variant(c.text)));
+    }
+    for (const char* bad : {"hello", "2/30/2003", "13/13/2003", "3/23/2003 25:00", "1:60",
+                            "3/23/2003 13:00 PM", "", "3//"}) {
+        SCOPED_TRACE(bad);
+        EXPECT_EQ(errorOf([&] { cdate(Variant(bad)); }), 13);
+        EXPECT_FALSE(isDate(Variant(bad)));
+    }
+    EXPECT_DOUBLE_EQ(cdate(Variant(37703.25)), 37703.25);
+    EXPECT_EQ(errorOf([] { cdate(Variant(1e10)); }), 6);
+    EXPECT_TRUE(cvdate(Variant::null()).isNull());
+    EXPECT_DOUBLE_EQ(dateValue(Variant(u"3/23/2003 2:05 PM"_s)), day);
+    EXPECT_DOUBLE_EQ(timeValue(Variant(u"3/23/2003 2:05 PM"_s)), (14 * 3600 + 5 * 60) / 86400.0);
+    EXPECT_DOUBLE_EQ(dateValue(Variant::date(-1.25)), -1);
+}
+
+TEST_F(Conversions, QueryTextDatesAreAlwaysMonthFirst) {
+    Regional dayFirst = Regional::enUS();
+    dayFirst.shortDate = u"dd/mm/yyyy"_s;
+    Regional::setCurrent(dayFirst);
+    EXPECT_DOUBLE_EQ(*parseDate(u"2/3/2003"), ymd(2003, 3, 2));
+    EXPECT_DOUBLE_EQ(*parseDate(u"2/3/2003", true), ymd(2003, 2, 3));
+}
+
+TEST_F(Conversions, ValTakesTheLeadingNumber) {
+    struct Case {
+        const char* text;
+        double expected;
+    } cases[] = {
+        {"  1 2 3", 123},    {"-12abc", -12}, {"1,000", 1},  {".5", 0.5},     {"", 0},
+        {"abc", 0},          {"1e3", 1000},   {"2.5E-1x", 0.25}, {"&HFF", 255}, {"&HFFFF", -1},
+        {"&HFFFF&", 65535},  {"&H10000", 65536}, {"&O17", 15}, {"&O8", 0},    {"+7", 7},
+        {"1.2.3", 1.2},      {"\t4\n2", 42},  {"12e", 12},
+    };
+    for (const Case& c : cases) EXPECT_DOUBLE_EQ(val(QString::fromUtf8(c.text)), c.expected) << c.text;
+}
+
+TEST_F(Conversions, StrLeavesRoomForTheSignAndDropsTheLeadingZero) {
+    EXPECT_EQ(str(Variant(5)), u" 5");
+    EXPECT_EQ(str(Variant(-5)), u"-5");
+    EXPECT_EQ(str(Variant(0.5)), u" .5");
+    EXPECT_EQ(str(Variant(-0.25)), u"-.25");
+    EXPECT_EQ(str(Variant(u"12"_s)), u" 12");
+    EXPECT_EQ(errorOf([] { str(Variant::null()); }), 94);
+}
+
+TEST_F(Conversions, IsNumericFollowsTheLanguage) {
+    EXPECT_TRUE(isNumeric(Variant(u" 1,234 "_s)));
+    EXPECT_TRUE(isNumeric(Variant()));
+    EXPECT_TRUE(isNumeric(Variant(true)));
+    EXPECT_FALSE(isNumeric(Variant::null()));
+    EXPECT_FALSE(isNumeric(Variant::date(1)));
+    EXPECT_FALSE(isNumeric(Variant(u"12a"_s)));
+}
