@@ -105,7 +105,7 @@ int wordValue(const QString& word, const Regional& r) {
         if (word.compare(r.monthNames[i], Qt::CaseInsensitive) == 0 ||
             word.compare(r.monthAbbrevs[i], Qt::CaseInsensitive) == 0)
             return i + 1;
-    const Regional us = Regional::enUS();
+    static const Regional us = Regional::enUS(); // English names are always understood
     for (int i = 0; i < 12; ++i)
         if (word.compare(us.monthNames[i], Qt::CaseInsensitive) == 0 ||
             word.compare(us.monthAbbrevs[i], Qt::CaseInsensitive) == 0 ||
