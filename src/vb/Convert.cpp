@@ -320,8 +320,18 @@ QString currencyText(Currency value, const QString& point) {
     return out;
 }
 
+// Infinities and NaNs cannot come from the language's own arithmetic, but a Double read from an
+// engine can hold them; they are written the way the runtime prints them.
+QString nonFiniteText(double d) {
+    if (std::isnan(d)) return u"-1.#IND"_s;
+    return d < 0 ? u"-1.#INF"_s : u"1.#INF"_s;
+}
+
 // The text of a number kind with the given decimal point (CStr uses the regional one, Str ".").
 QString numberText(const Variant& v, const QString& point) {
+    if ((v.type() == VarType::Double && !std::isfinite(v.doubleValue())) ||
+        (v.type() == VarType::Single && !std::isfinite(v.singleValue())))
+        return nonFiniteText(v.type() == VarType::Double ? v.doubleValue() : v.singleValue());
     switch (v.type()) {
     case VarType::Integer:
         return QString::number(v.integerValue());

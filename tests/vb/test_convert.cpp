@@ -203,3 +203,9 @@ TEST_F(Conversions, IsNumericFollowsTheLanguage) {
     EXPECT_FALSE(isNumeric(Variant::date(1)));
     EXPECT_FALSE(isNumeric(Variant(u"12a"_s)));
 }
+
+TEST_F(Conversions, NonFiniteDoublesFromAnEngineStillPrint) {
+    EXPECT_EQ(cstr(Variant(std::numeric_limits<double>::infinity())), u"1.#INF");
+    EXPECT_EQ(cstr(Variant(-std::numeric_limits<float>::infinity())), u"-1.#INF");
+    EXPECT_EQ(cstr(Variant(std::numeric_limits<double>::quiet_NaN())), u"-1.#IND");
+}
