@@ -46,7 +46,8 @@ template <typename T> Decimal shortestDecimal(T value) {
 QString layoutDecimal(const Decimal& d, int maxFixedExponent, const QString& point) {
     QString out;
     if (d.negative) out += u'-';
-    const auto digits = QString::fromLatin1(d.digits.data(), static_cast<qsizetype>(d.digits.size()));
+    const auto digits =
+        QString::fromLatin1(d.digits.data(), static_cast<qsizetype>(d.digits.size()));
     if (d.exponent < -4 || d.exponent >= maxFixedExponent) {
         out += digits.left(1);
         if (digits.size() > 1) out += point + digits.mid(1);
@@ -63,7 +64,9 @@ QString layoutDecimal(const Decimal& d, int maxFixedExponent, const QString& poi
     return out + digits.left(intDigits) + point + digits.mid(intDigits);
 }
 
-bool isBlank(QChar c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
+bool isBlank(QChar c) {
+    return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r';
+}
 
 // &H and &O numbers: up to 16 bits they are an Integer, up to 32 bits a Long, so "&HFFFF" is -1.
 // A trailing & makes them a Long. `pos` is just past the '&'.
@@ -96,8 +99,8 @@ std::optional<double> radixNumber(QStringView s, qsizetype& pos) {
 
 struct DateToken {
     enum Kind { Number, Word, Colon, Sep } kind;
-    int value = 0;       // Number: its value; Word: month 1..12, 13 AM, 14 PM, 0 weekday
-    int digits = 0;      // Number: how many digits were written
+    int value = 0;  // Number: its value; Word: month 1..12, 13 AM, 14 PM, 0 weekday
+    int digits = 0; // Number: how many digits were written
 };
 
 int wordValue(const QString& word, const Regional& r) {
@@ -111,10 +114,12 @@ int wordValue(const QString& word, const Regional& r) {
             word.compare(us.monthAbbrevs[i], Qt::CaseInsensitive) == 0 ||
             (word.size() >= 3 && us.monthNames[i].startsWith(word, Qt::CaseInsensitive)))
             return i + 1;
-    if (word.compare(r.am, Qt::CaseInsensitive) == 0 || word.compare(u"AM", Qt::CaseInsensitive) == 0 ||
+    if (word.compare(r.am, Qt::CaseInsensitive) == 0 ||
+        word.compare(u"AM", Qt::CaseInsensitive) == 0 ||
         word.compare(u"A", Qt::CaseInsensitive) == 0)
         return 13;
-    if (word.compare(r.pm, Qt::CaseInsensitive) == 0 || word.compare(u"PM", Qt::CaseInsensitive) == 0 ||
+    if (word.compare(r.pm, Qt::CaseInsensitive) == 0 ||
+        word.compare(u"PM", Qt::CaseInsensitive) == 0 ||
         word.compare(u"P", Qt::CaseInsensitive) == 0)
         return 14;
     for (int i = 0; i < 7; ++i)
@@ -140,7 +145,8 @@ std::optional<std::vector<DateToken>> tokenizeDate(QStringView s, const Regional
             tokens.push_back({DateToken::Number, value, digits});
         } else if (c.isLetter()) {
             qsizetype start = i;
-            while (i < s.size() && s[i].isLetter()) ++i;
+            while (i < s.size() && s[i].isLetter())
+                ++i;
             // "T" between an ISO date and its time is a separator, not a word.
             QString word = s.mid(start, i - start).toString();
             if (word.compare(u"T", Qt::CaseInsensitive) == 0 && !tokens.empty() &&
@@ -157,7 +163,8 @@ std::optional<std::vector<DateToken>> tokenizeDate(QStringView s, const Regional
             ++i;
         } else if (c == u'/' || c == u'-' || c == u'.' || c == u',' || isBlank(c) ||
                    QStringView(r.dateSeparator) == QStringView(&c, 1)) {
-            if (tokens.empty() || tokens.back().kind != DateToken::Sep) tokens.push_back({DateToken::Sep});
+            if (tokens.empty() || tokens.back().kind != DateToken::Sep)
+                tokens.push_back({DateToken::Sep});
             ++i;
         } else {
             return std::nullopt;
@@ -191,7 +198,8 @@ int extractTime(std::vector<DateToken>& t, bool& found) {
             j = k + 1;
         }
         if (hour > 23 || parts[1] > 59 || parts[2] > 59) return -1;
-        t.erase(t.begin() + static_cast<std::ptrdiff_t>(i), t.begin() + static_cast<std::ptrdiff_t>(j));
+        t.erase(t.begin() + static_cast<std::ptrdiff_t>(i),
+                t.begin() + static_cast<std::ptrdiff_t>(j));
         return hour * 3600 + parts[1] * 60 + parts[2];
     }
     return 0;
@@ -222,7 +230,8 @@ std::optional<std::int64_t> readDay(const std::vector<DateToken>& t, bool monthF
     std::vector<DateToken> nums;
     int month = 0;
     for (const DateToken& tok : t) {
-        if (tok.kind == DateToken::Number) nums.push_back(tok);
+        if (tok.kind == DateToken::Number)
+            nums.push_back(tok);
         else if (tok.kind == DateToken::Word && tok.value <= 12) {
             if (month != 0) return std::nullopt;
             month = tok.value;
@@ -301,20 +310,23 @@ Currency Currency::fromDouble(double value) {
     return Currency{static_cast<std::int64_t>(scaled)};
 }
 
-double roundHalfEven(double value) { return std::nearbyint(value); }
+double roundHalfEven(double value) {
+    return std::nearbyint(value);
+}
 
 namespace {
 
 QString currencyText(Currency value, const QString& point) {
     const bool negative = value.scaled < 0;
-    const std::uint64_t magnitude =
-        negative ? 0 - static_cast<std::uint64_t>(value.scaled) : static_cast<std::uint64_t>(value.scaled);
+    const std::uint64_t magnitude = negative ? 0 - static_cast<std::uint64_t>(value.scaled)
+                                             : static_cast<std::uint64_t>(value.scaled);
     QString out = negative ? QStringLiteral("-") : QString();
     out += QString::number(magnitude / Currency::kScale);
     std::uint64_t fraction = magnitude % Currency::kScale;
     if (fraction != 0) {
         QString f = QString::number(fraction).rightJustified(4, u'0');
-        while (f.endsWith(u'0')) f.chop(1);
+        while (f.endsWith(u'0'))
+            f.chop(1);
         out += point + f;
     }
     return out;
@@ -338,9 +350,11 @@ QString numberText(const Variant& v, const QString& point) {
     case VarType::Long:
         return QString::number(v.longValue());
     case VarType::Single:
-        return v.singleValue() == 0 ? u"0"_s : layoutDecimal(shortestDecimal(v.singleValue()), 7, point);
+        return v.singleValue() == 0 ? u"0"_s
+                                    : layoutDecimal(shortestDecimal(v.singleValue()), 7, point);
     case VarType::Double:
-        return v.doubleValue() == 0 ? u"0"_s : layoutDecimal(shortestDecimal(v.doubleValue()), 15, point);
+        return v.doubleValue() == 0 ? u"0"_s
+                                    : layoutDecimal(shortestDecimal(v.doubleValue()), 15, point);
     case VarType::Currency:
         return currencyText(v.currencyValue(), point);
     default:
@@ -350,13 +364,19 @@ QString numberText(const Variant& v, const QString& point) {
 
 } // namespace
 
-QString doubleToText(double value) { return numberText(Variant(value), Regional::current().decimalPoint); }
-QString singleToText(float value) { return numberText(Variant(value), Regional::current().decimalPoint); }
+QString doubleToText(double value) {
+    return numberText(Variant(value), Regional::current().decimalPoint);
+}
+QString singleToText(float value) {
+    return numberText(Variant(value), Regional::current().decimalPoint);
+}
 QString currencyToText(Currency value) {
     return currencyText(value, Regional::current().decimalPoint);
 }
 
-QString dateToText(double serial) { return formatDate(serial, QStringLiteral("General Date")); }
+QString dateToText(double serial) {
+    return formatDate(serial, QStringLiteral("General Date"));
+}
 
 std::optional<double> parseNumber(QStringView text) {
     const Regional& r = Regional::current();
@@ -375,8 +395,10 @@ std::optional<double> parseNumber(QStringView text) {
     }
     auto stripSymbol = [&](QStringView& v) {
         if (!r.currencySymbol.isEmpty()) {
-            if (v.startsWith(r.currencySymbol)) v = v.mid(r.currencySymbol.size()).trimmed();
-            else if (v.endsWith(r.currencySymbol)) v = v.chopped(r.currencySymbol.size()).trimmed();
+            if (v.startsWith(r.currencySymbol))
+                v = v.mid(r.currencySymbol.size()).trimmed();
+            else if (v.endsWith(r.currencySymbol))
+                v = v.chopped(r.currencySymbol.size()).trimmed();
         }
     };
     stripSymbol(s);
@@ -450,7 +472,8 @@ double val(QStringView text) {
         }
     }
     std::string plain;
-    if (pos < s.size() && (s[pos] == u'+' || s[pos] == u'-')) plain += static_cast<char>(s[pos++].unicode());
+    if (pos < s.size() && (s[pos] == u'+' || s[pos] == u'-'))
+        plain += static_cast<char>(s[pos++].unicode());
     bool point = false;
     std::size_t mantissaDigits = 0;
     for (; pos < s.size(); ++pos) {
@@ -469,7 +492,8 @@ double val(QStringView text) {
     if (pos < s.size() && (s[pos] == u'e' || s[pos] == u'E' || s[pos] == u'd' || s[pos] == u'D')) {
         std::string exponent = "e";
         qsizetype p = pos + 1;
-        if (p < s.size() && (s[p] == u'+' || s[p] == u'-')) exponent += static_cast<char>(s[p++].unicode());
+        if (p < s.size() && (s[p] == u'+' || s[p] == u'-'))
+            exponent += static_cast<char>(s[p++].unicode());
         bool any = false;
         while (p < s.size() && s[p].isDigit() && s[p].unicode() < 128) {
             exponent += static_cast<char>(s[p++].unicode());
@@ -478,7 +502,8 @@ double val(QStringView text) {
         if (any) plain += exponent;
     }
     double value = 0;
-    auto res = std::from_chars(plain.data() + (plain[0] == '+' ? 1 : 0), plain.data() + plain.size(), value);
+    auto res = std::from_chars(plain.data() + (plain[0] == '+' ? 1 : 0),
+                               plain.data() + plain.size(), value);
     if (res.ec == std::errc::result_out_of_range) raise(err::Overflow);
     return value;
 }
@@ -545,9 +570,11 @@ std::int32_t clng(const Variant& v) {
         const std::int64_t s = v.currencyValue().scaled;
         std::int64_t q = s / Currency::kScale;
         const std::int64_t rem = s % Currency::kScale;
-        if (2 * std::abs(rem) > Currency::kScale || (2 * std::abs(rem) == Currency::kScale && q % 2 != 0))
+        if (2 * std::abs(rem) > Currency::kScale ||
+            (2 * std::abs(rem) == Currency::kScale && q % 2 != 0))
             q += s < 0 ? -1 : 1;
-        if (q < std::numeric_limits<std::int32_t>::min() || q > std::numeric_limits<std::int32_t>::max())
+        if (q < std::numeric_limits<std::int32_t>::min() ||
+            q > std::numeric_limits<std::int32_t>::max())
             raise(err::Overflow);
         return static_cast<std::int32_t>(q);
     }
@@ -556,9 +583,10 @@ std::int32_t clng(const Variant& v) {
 
 std::int16_t cint(const Variant& v) {
     if (v.type() == VarType::Integer) return v.integerValue();
-    const std::int32_t l = v.type() == VarType::Currency
-                               ? clng(v)
-                               : static_cast<std::int32_t>(integralCheck(cdbl(v), -32768.0, 32767.0));
+    const std::int32_t l =
+        v.type() == VarType::Currency
+            ? clng(v)
+            : static_cast<std::int32_t>(integralCheck(cdbl(v), -32768.0, 32767.0));
     if (l < -32768 || l > 32767) raise(err::Overflow);
     return static_cast<std::int16_t>(l);
 }
@@ -613,7 +641,9 @@ double cdate(const Variant& v) {
     }
 }
 
-Variant cvdate(const Variant& v) { return v.isNull() ? Variant::null() : Variant::date(cdate(v)); }
+Variant cvdate(const Variant& v) {
+    return v.isNull() ? Variant::null() : Variant::date(cdate(v));
+}
 
 QString str(const Variant& v) {
     if (v.isNull()) raise(err::InvalidUseOfNull);

@@ -18,8 +18,8 @@ std::int32_t clng(const Variant& v); // round half to even
 std::int16_t cint(const Variant& v); // round half to even
 Currency ccur(const Variant& v);
 bool cbool(const Variant& v);
-double cdate(const Variant& v);      // a serial
-Variant cvdate(const Variant& v);    // CDate as a Variant (Null stays Null)
+double cdate(const Variant& v);   // a serial
+Variant cvdate(const Variant& v); // CDate as a Variant (Null stays Null)
 
 // Val: the leading number of the text, blanks skipped anywhere, "." as the decimal point,
 // &H and &O prefixes; 0 when there is none.

@@ -18,7 +18,9 @@ std::int64_t floorDiv(std::int64_t a, std::int64_t b) {
     return q;
 }
 
-bool isLeap(int y) { return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0; }
+bool isLeap(int y) {
+    return (y % 4 == 0 && y % 100 != 0) || y % 400 == 0;
+}
 
 int daysInMonth(int y, int m) {
     static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
@@ -199,7 +201,9 @@ double dateAdd(Interval interval, double number, double serial) {
     case Interval::Hour:
     case Interval::Minute:
     case Interval::Second: {
-        std::int64_t unit = interval == Interval::Hour ? 3600 : interval == Interval::Minute ? 60 : 1;
+        std::int64_t unit = interval == Interval::Hour     ? 3600
+                            : interval == Interval::Minute ? 60
+                                                           : 1;
         double result = serialFromLinearSeconds(ds.day * kSecondsPerDay + ds.second + n * unit);
         checkDateRange(result);
         return result;
@@ -224,7 +228,8 @@ std::int64_t dateDiff(Interval interval, double d1, double d2, int firstDayOfWee
         return (static_cast<std::int64_t>(yb) * 4 + (mb - 1) / 3) -
                (static_cast<std::int64_t>(ya) * 4 + (ma - 1) / 3);
     case Interval::Month:
-        return (static_cast<std::int64_t>(yb) * 12 + mb) - (static_cast<std::int64_t>(ya) * 12 + ma);
+        return (static_cast<std::int64_t>(yb) * 12 + mb) -
+               (static_cast<std::int64_t>(ya) * 12 + ma);
     case Interval::DayOfYear:
     case Interval::Day:
         return b.day - a.day;
@@ -286,7 +291,8 @@ double dateSerial(int year, int month, int day) {
 }
 
 double timeSerial(int hour, int minute, int second) {
-    std::int64_t total = static_cast<std::int64_t>(hour) * 3600 + static_cast<std::int64_t>(minute) * 60 + second;
+    std::int64_t total =
+        static_cast<std::int64_t>(hour) * 3600 + static_cast<std::int64_t>(minute) * 60 + second;
     double serial = serialFromLinearSeconds(total);
     checkDateRange(serial);
     return serial;
@@ -300,6 +306,8 @@ double now() {
                       t.hour() * 3600 + t.minute() * 60 + t.second());
 }
 
-double today() { return std::trunc(now()); }
+double today() {
+    return std::trunc(now());
+}
 
 } // namespace vb

@@ -41,7 +41,9 @@ bool isNonFinite(const Variant& v) {
 }
 
 // CStr, with "" for Null.
-QString textOf(const Variant& v) { return v.isNull() ? QString() : cstr(v); }
+QString textOf(const Variant& v) {
+    return v.isNull() ? QString() : cstr(v);
+}
 
 NumberValue integerValue(std::int64_t v) {
     const std::uint64_t magnitude =

@@ -14,7 +14,8 @@ QString patternFromQt(const QString& qt, bool fourDigitYear) {
     for (qsizetype i = 0; i < qt.size();) {
         QChar c = qt[i];
         qsizetype run = 1;
-        while (i + run < qt.size() && qt[i + run] == c) ++run;
+        while (i + run < qt.size() && qt[i + run] == c)
+            ++run;
         if (c == u'\'') {
             qsizetype end = qt.indexOf(u'\'', i + 1);
             if (end < 0) end = qt.size();
@@ -22,15 +23,23 @@ QString patternFromQt(const QString& qt, bool fourDigitYear) {
             i = end + 1;
             continue;
         }
-        if (c == u'd') out += QString(run, u'd');
-        else if (c == u'M' || c == u'L') out += QString(run, u'm');
-        else if (c == u'y') out += (run <= 2 && !fourDigitYear) ? QStringLiteral("yy") : QStringLiteral("yyyy");
-        else if (c == u'h' || c == u'H') out += QString(run, u'h');
-        else if (c == u'm') out += QString(run, u'n');
-        else if (c == u's') out += QString(run, u's');
-        else if (c == u'a' || c == u'A' || c == u'p' || c == u'P') out += QStringLiteral("AM/PM");
-        else if (c == u'z' || c == u't') { /* milliseconds and zone: not part of these forms */ }
-        else out += QString(run, c);
+        if (c == u'd')
+            out += QString(run, u'd');
+        else if (c == u'M' || c == u'L')
+            out += QString(run, u'm');
+        else if (c == u'y')
+            out += (run <= 2 && !fourDigitYear) ? QStringLiteral("yy") : QStringLiteral("yyyy");
+        else if (c == u'h' || c == u'H')
+            out += QString(run, u'h');
+        else if (c == u'm')
+            out += QString(run, u'n');
+        else if (c == u's')
+            out += QString(run, u's');
+        else if (c == u'a' || c == u'A' || c == u'p' || c == u'P')
+            out += QStringLiteral("AM/PM");
+        else if (c == u'z' || c == u't') { /* milliseconds and zone: not part of these forms */
+        } else
+            out += QString(run, c);
         i += run;
     }
     return out.trimmed();
@@ -55,20 +64,20 @@ Regional Regional::enUS() {
     r.decimalPoint = QStringLiteral(".");
     r.thousandsSeparator = QStringLiteral(",");
     r.currencySymbol = QStringLiteral("$");
-    r.dayNames = {u"Sunday"_s, u"Monday"_s, u"Tuesday"_s, u"Wednesday"_s, u"Thursday"_s,
-                  u"Friday"_s, u"Saturday"_s};
+    r.dayNames = {u"Sunday"_s,   u"Monday"_s, u"Tuesday"_s, u"Wednesday"_s,
+                  u"Thursday"_s, u"Friday"_s, u"Saturday"_s};
     r.dayAbbrevs = {u"Sun"_s, u"Mon"_s, u"Tue"_s, u"Wed"_s, u"Thu"_s, u"Fri"_s, u"Sat"_s};
-    r.monthNames = {u"January"_s, u"February"_s, u"March"_s,     u"April"_s,
-                    u"May"_s,     u"June"_s,     u"July"_s,      u"August"_s,
-                    u"September"_s, u"October"_s, u"November"_s, u"December"_s};
+    r.monthNames = {u"January"_s,   u"February"_s, u"March"_s,    u"April"_s,
+                    u"May"_s,       u"June"_s,     u"July"_s,     u"August"_s,
+                    u"September"_s, u"October"_s,  u"November"_s, u"December"_s};
     r.monthAbbrevs = {u"Jan"_s, u"Feb"_s, u"Mar"_s, u"Apr"_s, u"May"_s, u"Jun"_s,
                       u"Jul"_s, u"Aug"_s, u"Sep"_s, u"Oct"_s, u"Nov"_s, u"Dec"_s};
     return r;
 }
 
 Regional Regional::fromLocale(const QLocale& locale) {
-    if (locale.language() == QLocale::C || locale.name() == u"C" ||
-        locale.name() == u"en_US" || locale.name() == u"en_US_POSIX")
+    if (locale.language() == QLocale::C || locale.name() == u"C" || locale.name() == u"en_US" ||
+        locale.name() == u"en_US_POSIX")
         return enUS();
     Regional r;
     // People expect four-digit years in a short date; most desktop regions write them so.
@@ -101,8 +110,12 @@ Regional Regional::fromLocale(const QLocale& locale) {
     return r;
 }
 
-const Regional& Regional::current() { return currentStorage(); }
+const Regional& Regional::current() {
+    return currentStorage();
+}
 
-void Regional::setCurrent(const Regional& regional) { currentStorage() = regional; }
+void Regional::setCurrent(const Regional& regional) {
+    currentStorage() = regional;
+}
 
 } // namespace vb

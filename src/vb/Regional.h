@@ -9,11 +9,11 @@ namespace vb {
 // The user's regional forms. Texts shown to people follow them; query text never does.
 // Date forms are written in the pattern language of Format ("m/d/yyyy").
 struct Regional {
-    QString shortDate;   // "m/d/yyyy"
-    QString longDate;    // "dddd, mmmm d, yyyy"
-    QString longTime;    // "h:nn:ss AM/PM"
-    QString am;          // "AM"
-    QString pm;          // "PM"
+    QString shortDate; // "m/d/yyyy"
+    QString longDate;  // "dddd, mmmm d, yyyy"
+    QString longTime;  // "h:nn:ss AM/PM"
+    QString am;        // "AM"
+    QString pm;        // "PM"
     QString dateSeparator;
     QString timeSeparator;
     QString decimalPoint;

@@ -59,7 +59,8 @@ Variant fitWhole(std::int64_t r, Rank rank) {
     if (rank == Rank::Integer && r >= std::numeric_limits<std::int16_t>::min() &&
         r <= std::numeric_limits<std::int16_t>::max())
         return Variant(static_cast<std::int16_t>(r));
-    if (r >= std::numeric_limits<std::int32_t>::min() && r <= std::numeric_limits<std::int32_t>::max())
+    if (r >= std::numeric_limits<std::int32_t>::min() &&
+        r <= std::numeric_limits<std::int32_t>::max())
         return Variant(static_cast<std::int32_t>(r));
     return Variant(static_cast<double>(r));
 }
@@ -70,10 +71,13 @@ Variant fitFloating(double r, Rank rank) {
     return Variant(r);
 }
 
-Currency currencyOf(const Variant& v) { return ccur(v); }
+Currency currencyOf(const Variant& v) {
+    return ccur(v);
+}
 
 Variant currencyResult(__int128 scaled) {
-    if (scaled > std::numeric_limits<std::int64_t>::max() || scaled < std::numeric_limits<std::int64_t>::min())
+    if (scaled > std::numeric_limits<std::int64_t>::max() ||
+        scaled < std::numeric_limits<std::int64_t>::min())
         raise(err::Overflow);
     return Variant(Currency{static_cast<std::int64_t>(scaled)});
 }
@@ -114,7 +118,9 @@ Variant arithmetic(Op op, const Variant& a, const Variant& b) {
     }
 }
 
-bool isNumberLike(const Variant& v) { return v.isNumeric() || v.isDate() || v.isEmpty(); }
+bool isNumberLike(const Variant& v) {
+    return v.isNumeric() || v.isDate() || v.isEmpty();
+}
 
 } // namespace
 
@@ -132,8 +138,12 @@ bool Variant::isNumeric() const {
     }
 }
 
-double Variant::toDouble() const { return cdbl(*this); }
-QString Variant::toString() const { return cstr(*this); }
+double Variant::toDouble() const {
+    return cdbl(*this);
+}
+QString Variant::toString() const {
+    return cstr(*this);
+}
 
 bool operator==(const Variant& a, const Variant& b) {
     if (a.type_ != b.type_) return false;
@@ -163,7 +173,8 @@ bool operator==(const Variant& a, const Variant& b) {
 Variant add(const Variant& a, const Variant& b) {
     if (a.isNull() || b.isNull()) return Variant::null();
     // + joins two texts (Empty beside a text counts as ""); otherwise it adds.
-    if ((a.isString() || a.isEmpty()) && (b.isString() || b.isEmpty()) && (a.isString() || b.isString()))
+    if ((a.isString() || a.isEmpty()) && (b.isString() || b.isEmpty()) &&
+        (a.isString() || b.isString()))
         return Variant(cstr(a) + cstr(b));
     if (a.isDate() || b.isDate()) return asDate(cdbl(a) + cdbl(b));
     return arithmetic(Op::Add, a, b);
@@ -176,7 +187,9 @@ Variant subtract(const Variant& a, const Variant& b) {
     return arithmetic(Op::Subtract, a, b);
 }
 
-Variant multiply(const Variant& a, const Variant& b) { return arithmetic(Op::Multiply, a, b); }
+Variant multiply(const Variant& a, const Variant& b) {
+    return arithmetic(Op::Multiply, a, b);
+}
 
 Variant divide(const Variant& a, const Variant& b) {
     if (a.isNull() || b.isNull()) return Variant::null();
@@ -199,16 +212,16 @@ struct WholePair {
 };
 
 WholePair wholeOperands(const Variant& a, const Variant& b) {
-    const bool narrow = rankOf(a) == Rank::Integer && rankOf(b) == Rank::Integer && !a.isString() &&
-                        !b.isString();
+    const bool narrow =
+        rankOf(a) == Rank::Integer && rankOf(b) == Rank::Integer && !a.isString() && !b.isString();
     WholePair p{clng(a), clng(b), narrow ? Rank::Integer : Rank::Long};
     if (p.y == 0) raise(err::DivisionByZero);
     return p;
 }
 
 Variant fitWholeStrict(std::int64_t r, Rank rank) {
-    if (rank == Rank::Long &&
-        (r < std::numeric_limits<std::int32_t>::min() || r > std::numeric_limits<std::int32_t>::max()))
+    if (rank == Rank::Long && (r < std::numeric_limits<std::int32_t>::min() ||
+                               r > std::numeric_limits<std::int32_t>::max()))
         raise(err::Overflow);
     return fitWhole(r, rank);
 }
@@ -263,7 +276,8 @@ Variant concat(const Variant& a, const Variant& b) {
 
 std::optional<int> compare(const Variant& a, const Variant& b, CompareMode mode) {
     if (a.isNull() || b.isNull()) return std::nullopt;
-    const Qt::CaseSensitivity cs = mode == CompareMode::Text ? Qt::CaseInsensitive : Qt::CaseSensitive;
+    const Qt::CaseSensitivity cs =
+        mode == CompareMode::Text ? Qt::CaseInsensitive : Qt::CaseSensitive;
     if ((a.isString() || a.isEmpty()) && (b.isString() || b.isEmpty())) {
         const int c = QString::compare(a.isEmpty() ? QString() : a.stringValue(),
                                        b.isEmpty() ? QString() : b.stringValue(), cs);

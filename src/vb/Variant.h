@@ -10,8 +10,8 @@ namespace vb {
 enum class VarType : std::uint8_t {
     Empty = 0,
     Null = 1,
-    Integer = 2,  // 16-bit
-    Long = 3,     // 32-bit
+    Integer = 2, // 16-bit
+    Long = 3,    // 32-bit
     Single = 4,
     Double = 5,
     Currency = 6, // 64-bit count of ten-thousandths

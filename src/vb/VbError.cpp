@@ -22,6 +22,8 @@ QString errorMessage(int number) {
     }
 }
 
-void raise(int number) { throw VbError(number, errorMessage(number)); }
+void raise(int number) {
+    throw VbError(number, errorMessage(number));
+}
 
 } // namespace vb

@@ -1,7 +1,7 @@
 #include "vb/Convert.h"
 
-#include "vb/DateTime.h"
 #include "support/VbTestSupport.h"
+#include "vb/DateTime.h"
 
 #include <gtest/gtest.h>
 
@@ -49,13 +49,21 @@ TEST_F(Conversions, CStrWritesTheShortestTextThatReadsBack) {
         double value;
         const char* text;
     } cases[] = {
-        {0.1, "0.1"},          {-0.5, "-0.5"},          {0.1 + 0.2, "0.30000000000000004"},
-        {1e15, "1E+15"},        {123456789012345.0, "123456789012345"},
-        {1.5e-7, "1.5E-07"},    {0.0001, "0.0001"},      {0.00001, "1E-05"},
-        {1e300, "1E+300"},      {2.0, "2"},              {1234.5, "1234.5"},
+        {0.1, "0.1"},
+        {-0.5, "-0.5"},
+        {0.1 + 0.2, "0.30000000000000004"},
+        {1e15, "1E+15"},
+        {123456789012345.0, "123456789012345"},
+        {1.5e-7, "1.5E-07"},
+        {0.0001, "0.0001"},
+        {0.00001, "1E-05"},
+        {1e300, "1E+300"},
+        {2.0, "2"},
+        {1234.5, "1234.5"},
         {-1.25e20, "-1.25E+20"},
     };
-    for (const Case& c : cases) EXPECT_EQ(cstr(Variant(c.value)), QString::fromUtf8(c.text)) << c.text;
+    for (const Case& c : cases)
+        EXPECT_EQ(cstr(Variant(c.value)), QString::fromUtf8(c.text)) << c.text;
     // A Single prints its own shortest digits, not those of the double it widens to.
     EXPECT_EQ(cstr(Variant(0.1f)), u"0.1");
     EXPECT_EQ(cstr(Variant(15000000.0f)), u"1.5E+07");
@@ -178,12 +186,13 @@ TEST_F(Conversions, ValTakesTheLeadingNumber) {
         const char* text;
         double expected;
     } cases[] = {
-        {"  1 2 3", 123},    {"-12abc", -12}, {"1,000", 1},  {".5", 0.5},     {"", 0},
-        {"abc", 0},          {"1e3", 1000},   {"2.5E-1x", 0.25}, {"&HFF", 255}, {"&HFFFF", -1},
-        {"&HFFFF&", 65535},  {"&H10000", 65536}, {"&O17", 15}, {"&O8", 0},    {"+7", 7},
-        {"1.2.3", 1.2},      {"\t4\n2", 42},  {"12e", 12},
+        {"  1 2 3", 123},   {"-12abc", -12},    {"1,000", 1},      {".5", 0.5},   {"", 0},
+        {"abc", 0},         {"1e3", 1000},      {"2.5E-1x", 0.25}, {"&HFF", 255}, {"&HFFFF", -1},
+        {"&HFFFF&", 65535}, {"&H10000", 65536}, {"&O17", 15},      {"&O8", 0},    {"+7", 7},
+        {"1.2.3", 1.2},     {"\t4\n2", 42},     {"12e", 12},
     };
-    for (const Case& c : cases) EXPECT_DOUBLE_EQ(val(QString::fromUtf8(c.text)), c.expected) << c.text;
+    for (const Case& c : cases)
+        EXPECT_DOUBLE_EQ(val(QString::fromUtf8(c.text)), c.expected) << c.text;
 }
 
 TEST_F(Conversions, StrLeavesRoomForTheSignAndDropsTheLeadingZero) {

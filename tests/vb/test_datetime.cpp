@@ -35,7 +35,8 @@ TEST(DateSerials, KnownAnchorsAndEveryDayRoundTrips) {
         civilFromDayNumber(n, y, m, d);
         ASSERT_EQ(dayNumberFromCivil(y, m, d), n);
         const bool nextDay = (y == py && m == pm && d == pd + 1) ||
-                             (y == py && m == pm + 1 && d == 1) || (y == py + 1 && m == 1 && d == 1);
+                             (y == py && m == pm + 1 && d == 1) ||
+                             (y == py + 1 && m == 1 && d == 1);
         ASSERT_TRUE(nextDay) << y << "-" << m << "-" << d;
         py = y, pm = m, pd = d;
     }
@@ -114,7 +115,7 @@ TEST(DatePartAndWeekday, SundayIsOneUnlessToldOtherwise) {
     const double sunday = ymd(2003, 3, 23, 14, 5, 9);
     EXPECT_EQ(weekday(sunday), 1);
     EXPECT_EQ(weekday(ymd(2003, 3, 22)), 7);
-    EXPECT_EQ(weekday(sunday, 2), 7); // Monday first
+    EXPECT_EQ(weekday(sunday, 2), 7);         // Monday first
     EXPECT_EQ(weekday(ymd(1899, 12, 29)), 6); // a Friday before day zero
     EXPECT_EQ(datePart(Interval::DayOfYear, sunday), 82);
     EXPECT_EQ(datePart(Interval::DayOfYear, ymd(2004, 12, 31)), 366);

@@ -1,7 +1,7 @@
 #include "vb/Variant.h"
 
-#include "vb/Convert.h"
 #include "support/VbTestSupport.h"
+#include "vb/Convert.h"
 
 #include <gtest/gtest.h>
 
@@ -15,7 +15,9 @@ class VariantOps : public testsupport::EnUsTest {};
 
 const Variant kNull = Variant::null();
 
-Variant integer(int v) { return Variant(static_cast<std::int16_t>(v)); }
+Variant integer(int v) {
+    return Variant(static_cast<std::int16_t>(v));
+}
 
 } // namespace
 
@@ -81,11 +83,13 @@ TEST_F(VariantOps, DivisionKindsAndZeroDivisors) {
 }
 
 TEST_F(VariantOps, CurrencyStaysExact) {
-    const Variant a(Currency{1});        // 0.0001
+    const Variant a(Currency{1}); // 0.0001
     Variant sum = Variant(Currency{0});
-    for (int i = 0; i < 10000; ++i) sum = add(sum, a);
+    for (int i = 0; i < 10000; ++i)
+        sum = add(sum, a);
     EXPECT_EQ(sum, Variant(Currency{10000}));
-    EXPECT_EQ(multiply(Variant(Currency{15000}), Variant(Currency{15000})), Variant(Currency{22500}));
+    EXPECT_EQ(multiply(Variant(Currency{15000}), Variant(Currency{15000})),
+              Variant(Currency{22500}));
     // 0.0001 * 0.5 = 0.00005, which rounds half to even: to 0.0000.
     EXPECT_EQ(multiply(Variant(Currency{1}), Variant(Currency{5000})), Variant(Currency{0}));
     EXPECT_EQ(multiply(Variant(Currency{3}), Variant(Currency{5000})), Variant(Currency{2}));
