@@ -45,79 +45,44 @@ const std::vector<double>& sampleAmounts() {
     return amounts;
 }
 
-void finish(benchmark::State& state) {
-    state.SetItemsProcessed(state.iterations() * kCount);
-}
-
-void BM_FormatDatePattern(benchmark::State& state) {
+// Formats every input through `format` with the pattern, once per iteration.
+template <typename Input, typename Formatter>
+void formatAll(benchmark::State& state, const std::vector<Input>& inputs, const char* pattern,
+               Formatter format) {
     vb::Regional::setCurrent(vb::Regional::enUS());
-    const std::vector<double>& dates = sampleDates();
-    const QString pattern = QStringLiteral("ddd, d mmm yyyy");
+    const QString text = QString::fromUtf8(pattern);
     for (auto _ : state) {
         qsizetype chars = 0;
-        for (double serial : dates)
-            chars += vb::formatDate(serial, pattern).size();
+        for (const Input& input : inputs)
+            chars += format(input, text).size();
         benchmark::DoNotOptimize(chars);
     }
-    finish(state);
+    state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(inputs.size()));
 }
 
-void BM_FormatDateThroughVariant(benchmark::State& state) {
-    vb::Regional::setCurrent(vb::Regional::enUS());
-    const std::vector<double>& dates = sampleDates();
-    const QString pattern = QStringLiteral("ddd, d mmm yyyy");
-    for (auto _ : state) {
-        qsizetype chars = 0;
-        for (double serial : dates)
-            chars += vb::format(vb::Variant::date(serial), pattern).size();
-        benchmark::DoNotOptimize(chars);
-    }
-    finish(state);
+QString serialThroughFormatDate(double serial, const QString& pattern) {
+    return vb::formatDate(serial, pattern);
 }
 
-void BM_FormatGeneralDate(benchmark::State& state) {
-    vb::Regional::setCurrent(vb::Regional::enUS());
-    const std::vector<double>& dates = sampleDates();
-    const QString pattern = QStringLiteral("General Date");
-    for (auto _ : state) {
-        qsizetype chars = 0;
-        for (double serial : dates)
-            chars += vb::formatDate(serial, pattern).size();
-        benchmark::DoNotOptimize(chars);
-    }
-    finish(state);
+QString serialThroughVariant(double serial, const QString& pattern) {
+    return vb::format(vb::Variant::date(serial), pattern);
 }
 
-void BM_FormatNumberPattern(benchmark::State& state) {
-    vb::Regional::setCurrent(vb::Regional::enUS());
-    const std::vector<double>& amounts = sampleAmounts();
-    const QString pattern = QStringLiteral("#,##0.00");
-    for (auto _ : state) {
-        qsizetype chars = 0;
-        for (double amount : amounts)
-            chars += vb::format(vb::Variant(amount), pattern).size();
-        benchmark::DoNotOptimize(chars);
-    }
-    finish(state);
+QString numberThroughVariant(double value, const QString& pattern) {
+    return vb::format(vb::Variant(value), pattern);
 }
 
 } // namespace
 
-BENCHMARK(BM_FormatDatePattern)
-    ->Unit(benchmark::kMillisecond)
-    ->Repetitions(5)
-    ->DisplayAggregatesOnly(true);
-BENCHMARK(BM_FormatDateThroughVariant)
-    ->Unit(benchmark::kMillisecond)
-    ->Repetitions(5)
-    ->DisplayAggregatesOnly(true);
-BENCHMARK(BM_FormatGeneralDate)
-    ->Unit(benchmark::kMillisecond)
-    ->Repetitions(5)
-    ->DisplayAggregatesOnly(true);
-BENCHMARK(BM_FormatNumberPattern)
-    ->Unit(benchmark::kMillisecond)
-    ->Repetitions(5)
-    ->DisplayAggregatesOnly(true);
+#define TILLSIGHT_FORMAT_BENCH(name, inputs, pattern, formatter)                                   \
+    BENCHMARK_CAPTURE(formatAll, name, inputs(), pattern, formatter)                               \
+        ->Unit(benchmark::kMillisecond)                                                            \
+        ->Repetitions(5)                                                                           \
+        ->DisplayAggregatesOnly(true)
+
+TILLSIGHT_FORMAT_BENCH(DatePattern, sampleDates, "ddd, d mmm yyyy", serialThroughFormatDate);
+TILLSIGHT_FORMAT_BENCH(DateThroughVariant, sampleDates, "ddd, d mmm yyyy", serialThroughVariant);
+TILLSIGHT_FORMAT_BENCH(GeneralDate, sampleDates, "General Date", serialThroughFormatDate);
+TILLSIGHT_FORMAT_BENCH(NumberPattern, sampleAmounts, "#,##0.00", numberThroughVariant);
 
 BENCHMARK_MAIN();
