@@ -1,0 +1,54 @@
+#include "jet/JetError.h"
+
+namespace jet {
+
+QString errorMessage(int number, const QString& subject) {
+    switch (number) {
+    case err::InvalidStatement:
+        return QStringLiteral("Invalid SQL statement; expected 'DELETE', 'INSERT', 'PROCEDURE', "
+                              "'SELECT', or 'UPDATE'.");
+    case err::TooFewParameters:
+        return QStringLiteral("Too few parameters. Expected 1. (Unknown name '%1'.)").arg(subject);
+    case err::MissingOperator:
+        return QStringLiteral("Syntax error (missing operator) in query expression '%1'.")
+            .arg(subject);
+    case err::NoInputTable:
+        return QStringLiteral("The database engine cannot find the input table or query '%1'. "
+                              "Make sure it exists and that its name is spelled correctly.")
+            .arg(subject);
+    case err::UndefinedFunction:
+        return QStringLiteral("Undefined function '%1' in expression.").arg(subject);
+    case err::NotInAggregate:
+        return QStringLiteral("You tried to execute a query that does not include the specified "
+                              "expression '%1' as part of an aggregate function.")
+            .arg(subject);
+    case err::FromClause:
+        return QStringLiteral("Syntax error in FROM clause.");
+    case err::InsertSyntax:
+        return QStringLiteral("Syntax error in INSERT INTO statement.");
+    case err::UpdateSyntax:
+        return QStringLiteral("Syntax error in UPDATE statement.");
+    case err::SelectSyntax:
+        return QStringLiteral("The SELECT statement includes a reserved word or an argument name "
+                              "that is misspelled or missing, or the punctuation is incorrect.");
+    case err::DataTypeMismatch:
+        return QStringLiteral("Data type mismatch in criteria expression.");
+    case err::CreateTableSyntax:
+        return QStringLiteral("Syntax error in CREATE TABLE statement.");
+    case err::DropSyntax:
+        return QStringLiteral("Syntax error in DROP TABLE or DROP INDEX.");
+    case err::TableExists:
+        return QStringLiteral("Table '%1' already exists.").arg(subject);
+    case err::NoSuchTable:
+        return QStringLiteral("Table '%1' does not exist.").arg(subject);
+    default:
+        return subject.isEmpty() ? QStringLiteral("Syntax error in query.")
+                                 : QStringLiteral("Syntax error in query: %1").arg(subject);
+    }
+}
+
+void raise(int number, const QString& subject) {
+    throw vb::VbError(number, errorMessage(number, subject));
+}
+
+} // namespace jet

@@ -1,0 +1,38 @@
+#pragma once
+
+// Errors of the dialect engine carry the dialect's own numbers and messages, raised as
+// vb::VbError so that callers handle engine and runtime failures alike.
+
+#include "vb/VbError.h"
+
+#include <QString>
+
+namespace jet {
+
+namespace err {
+constexpr int InvalidStatement = 3129; // not DELETE, INSERT, PROCEDURE, SELECT or UPDATE
+constexpr int TooFewParameters = 3061; // an unknown name, taken for a parameter
+constexpr int MissingOperator = 3075;  // syntax error in a query expression
+constexpr int NoInputTable = 3078;     // unknown table or query
+constexpr int UndefinedFunction = 3085;
+constexpr int NotInAggregate = 3122;
+constexpr int FromClause = 3131;
+constexpr int InsertSyntax = 3134;
+constexpr int UpdateSyntax = 3144;
+constexpr int SelectSyntax = 3141; // reserved word, misspelled argument or punctuation
+constexpr int DataTypeMismatch = 3464;
+constexpr int CreateTableSyntax = 3290;
+constexpr int DropSyntax = 3295;
+constexpr int TableExists = 3010;
+constexpr int NoSuchTable = 3376;
+constexpr int Syntax = 3000; // anything else the parser refuses
+} // namespace err
+
+// The dialect's message for a number, with the offending text (an expression, a table or a
+// function name) where the message names one.
+QString errorMessage(int number, const QString& subject = QString());
+
+// Throws vb::VbError(number, errorMessage(number, subject)).
+[[noreturn]] void raise(int number, const QString& subject = QString());
+
+} // namespace jet
