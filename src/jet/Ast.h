@@ -64,6 +64,7 @@ using ExprPtr = std::unique_ptr<Expr>;
 struct Expr {
     ExprKind kind = ExprKind::Literal;
     int position = 0; // offset of the expression's first character in the query text
+    int length = 0;   // characters it spans there, so errors can quote it as written
 
     vb::Variant value;     // Literal
     QString table;         // Column, Star: the qualifier as written (may be empty)

@@ -16,6 +16,14 @@ QString errorMessage(int number, const QString& subject) {
         return QStringLiteral("The database engine cannot find the input table or query '%1'. "
                               "Make sure it exists and that its name is spelled correctly.")
             .arg(subject);
+    case err::AmbiguousField:
+        return QStringLiteral("The specified field '%1' could refer to more than one table listed "
+                              "in the FROM clause of your SQL statement.")
+            .arg(subject);
+    case err::UnknownInsertField:
+        return QStringLiteral(
+                   "The INSERT INTO statement contains the following unknown field name: '%1'.")
+            .arg(subject);
     case err::UndefinedFunction:
         return QStringLiteral("Undefined function '%1' in expression.").arg(subject);
     case err::NotInAggregate:

@@ -10,10 +10,12 @@
 namespace jet {
 
 namespace err {
-constexpr int InvalidStatement = 3129; // not DELETE, INSERT, PROCEDURE, SELECT or UPDATE
-constexpr int TooFewParameters = 3061; // an unknown name, taken for a parameter
-constexpr int MissingOperator = 3075;  // syntax error in a query expression
-constexpr int NoInputTable = 3078;     // unknown table or query
+constexpr int InvalidStatement = 3129;   // not DELETE, INSERT, PROCEDURE, SELECT or UPDATE
+constexpr int TooFewParameters = 3061;   // an unknown name, taken for a parameter
+constexpr int MissingOperator = 3075;    // syntax error in a query expression
+constexpr int NoInputTable = 3078;       // unknown table or query
+constexpr int AmbiguousField = 3079;     // a name more than one source of the FROM clause has
+constexpr int UnknownInsertField = 3127; // INSERT INTO names a column the table lacks
 constexpr int UndefinedFunction = 3085;
 constexpr int NotInAggregate = 3122;
 constexpr int FromClause = 3131;

@@ -1,0 +1,426 @@
+#include "jet/Binder.h"
+
+#include "jet/JetError.h"
+
+#include <QSet>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace jet {
+
+namespace {
+
+struct Source {
+    QString name; // alias, or the table's name
+    std::vector<CatalogColumn> columns;
+};
+
+struct Scope {
+    std::vector<Source> sources;
+    const Scope* parent = nullptr;
+    const std::vector<OutputColumn>* outputs = nullptr; // for ORDER BY aliases
+};
+
+// How a function's result type follows from its arguments.
+enum class Result { Fixed, FirstArg, Widened, Branches, SumOf, AvgOf };
+
+struct FunctionType {
+    Result rule;
+    SqlType type = SqlType::Unknown;
+};
+
+const QHash<QString, FunctionType>& functionTypes() {
+    static const QHash<QString, FunctionType> table = [] {
+        QHash<QString, FunctionType> t;
+        auto fixed = [&](std::initializer_list<const char*> names, SqlType type) {
+            for (const char* n : names)
+                t.insert(QString::fromLatin1(n), {Result::Fixed, type});
+        };
+        fixed({"cdate", "cvdate", "dateadd", "dateserial", "timeserial", "datevalue", "timevalue",
+               "now", "date", "time"},
+              SqlType::Date);
+        fixed({"format", "ucase", "lcase", "left", "right", "mid", "trim", "ltrim", "rtrim",
+               "replace", "space", "string", "cstr", "str", "weekdayname", "monthname", "hex",
+               "oct", "chr"},
+              SqlType::Text);
+        fixed({"cdbl", "val", "sqr", "stdev", "stdevp", "var", "varp", "exp", "log", "atn", "sin",
+               "cos", "tan", "rnd"},
+              SqlType::Double);
+        fixed({"csng"}, SqlType::Single);
+        fixed({"clng", "len", "instr", "instrrev", "datediff", "count", "asc"}, SqlType::Long);
+        fixed({"cint", "year", "month", "day", "hour", "minute", "second", "weekday", "datepart",
+               "sgn", "strcomp"},
+              SqlType::Integer);
+        fixed({"ccur"}, SqlType::Currency);
+        fixed({"cbool", "isnull", "isnumeric", "isdate", "isempty"}, SqlType::Boolean);
+        for (const char* n : {"abs", "int", "fix", "round", "min", "max", "first", "last", "nz"})
+            t.insert(QString::fromLatin1(n), {Result::FirstArg});
+        t.insert(QStringLiteral("iif"), {Result::Branches});
+        t.insert(QStringLiteral("sum"), {Result::SumOf});
+        t.insert(QStringLiteral("avg"), {Result::AvgOf});
+        return t;
+    }();
+    return table;
+}
+
+} // namespace
+
+class Binder {
+public:
+    explicit Binder(const Catalog& catalog) : catalog_(catalog) {}
+
+    Binding take() { return std::move(binding_); }
+
+    // Binds a select and the selects UNION joins to it. `extras` are expressions that belong to
+    // the first select's scope without being in its list (a crosstab's value and pivot).
+    void bindSelectChain(const Select& first, const Scope* parent,
+                         std::initializer_list<const Expr*> extras = {}) {
+        for (const Select* s = &first; s; s = s->unionNext.get())
+            bindOneSelect(*s, parent, s == &first,
+                          s == &first ? extras : std::initializer_list<const Expr*>{});
+    }
+
+    // One table's columns in scope, for DELETE and UPDATE conditions.
+    void bindOnTable(const QString& tableName, std::initializer_list<const Expr*> exprs) {
+        const CatalogTable* table = catalog_.table(tableName);
+        if (!table) raise(err::NoInputTable, tableName);
+        Scope scope;
+        scope.sources.push_back({table->name, table->columns});
+        for (const Expr* e : exprs)
+            if (e) bindExpr(*e, scope);
+    }
+
+    SqlType bindExpr(const Expr& e, const Scope& scope) {
+        const SqlType t = typeExpr(e, scope);
+        binding_.types_.insert(&e, t);
+        return t;
+    }
+
+    const Catalog& catalog() const { return catalog_; }
+
+private:
+    void bindOneSelect(const Select& s, const Scope* parent, bool ownsOrder,
+                       std::initializer_list<const Expr*> extras) {
+        Scope scope;
+        scope.parent = parent;
+        for (const TableRefPtr& ref : s.from)
+            addSources(*ref, scope);
+        for (const TableRefPtr& ref : s.from)
+            bindJoinConditions(*ref, scope);
+
+        std::vector<OutputColumn>& outputs = binding_.outputs_[&s];
+        outputs.clear();
+        for (const SelectItem& item : s.items)
+            addOutputs(item, scope, outputs);
+
+        for (const Expr* e : extras)
+            if (e) bindExpr(*e, scope);
+        if (s.where) bindExpr(*s.where, scope);
+        for (const ExprPtr& g : s.groupBy)
+            bindExpr(*g, scope);
+        if (s.having) bindExpr(*s.having, scope);
+        if (ownsOrder) {
+            Scope orderScope = scope;
+            orderScope.outputs = &outputs;
+            for (const OrderItem& o : s.orderBy)
+                bindExpr(*o.expr, orderScope);
+        }
+    }
+
+    void addSources(const TableRef& ref, Scope& scope) {
+        switch (ref.kind) {
+        case TableRef::Kind::Table: {
+            const CatalogTable* table = catalog_.table(ref.name);
+            if (!table) raise(err::NoInputTable, ref.name);
+            scope.sources.push_back(
+                {ref.alias.isEmpty() ? table->name : ref.alias, table->columns});
+            break;
+        }
+        case TableRef::Kind::Join:
+            addSources(*ref.left, scope);
+            addSources(*ref.right, scope);
+            break;
+        case TableRef::Kind::Subquery: {
+            bindSelectChain(*ref.subquery, scope.parent);
+            Source source{ref.alias, {}};
+            for (const OutputColumn& out : binding_.outputs(ref.subquery.get()))
+                source.columns.push_back({out.name, out.type});
+            scope.sources.push_back(std::move(source));
+            break;
+        }
+        }
+    }
+
+    void bindJoinConditions(const TableRef& ref, const Scope& scope) {
+        if (ref.kind != TableRef::Kind::Join) return;
+        bindJoinConditions(*ref.left, scope);
+        bindJoinConditions(*ref.right, scope);
+        if (ref.on) bindExpr(*ref.on, scope);
+    }
+
+    void addOutputs(const SelectItem& item, const Scope& scope,
+                    std::vector<OutputColumn>& outputs) {
+        const Expr& e = *item.expr;
+        if (e.kind == ExprKind::Star) {
+            expandStar(e, scope, outputs);
+            return;
+        }
+        const SqlType type = bindExpr(e, scope);
+        OutputColumn out;
+        out.expr = &e;
+        out.type = ColumnType{type, 0, false};
+        if (const ResolvedColumn* c = binding_.column(&e))
+            out.type = c->type, out.type.counter = false;
+        if (!item.alias.isEmpty())
+            out.name = item.alias;
+        else if (e.kind == ExprKind::Column)
+            out.name = binding_.column(&e)->column;
+        else
+            out.name = QStringLiteral("Expr%1").arg(1000 + exprCounter_++);
+        outputs.push_back(std::move(out));
+    }
+
+    void expandStar(const Expr& star, const Scope& scope, std::vector<OutputColumn>& outputs) {
+        bool found = false;
+        QHash<QString, int> counts;
+        for (const Source& src : scope.sources)
+            for (const CatalogColumn& c : src.columns)
+                counts[c.name.toLower()] += 1;
+        for (const Source& src : scope.sources) {
+            if (!star.table.isEmpty() && src.name.compare(star.table, Qt::CaseInsensitive) != 0)
+                continue;
+            found = true;
+            for (const CatalogColumn& c : src.columns) {
+                OutputColumn out;
+                out.expr = &star;
+                out.type = c.type;
+                out.type.counter = false;
+                // Where two sources share a name, each column is shown with its source's name.
+                out.name = counts[c.name.toLower()] > 1 && star.table.isEmpty()
+                               ? src.name + u'.' + c.name
+                               : c.name;
+                out.starColumn = ResolvedColumn{src.name, c.name, c.type, false};
+                outputs.push_back(std::move(out));
+            }
+        }
+        if (!found) raise(err::NoInputTable, star.table);
+    }
+
+    SqlType typeExpr(const Expr& e, const Scope& scope) {
+        switch (e.kind) {
+        case ExprKind::Literal:
+            return literalType(e.value);
+        case ExprKind::Column:
+            return resolveColumn(e, scope);
+        case ExprKind::Star:
+            return SqlType::Unknown;
+        case ExprKind::Unary: {
+            const SqlType t = bindExpr(*e.args[0], scope);
+            if (e.op == Op::Not)
+                return t == SqlType::Boolean || t == SqlType::Unknown ? SqlType::Boolean
+                                                                      : widen(t, SqlType::Integer);
+            return t == SqlType::Boolean ? SqlType::Integer : t;
+        }
+        case ExprKind::Binary:
+            return binaryType(e, scope);
+        case ExprKind::Function:
+            return functionType(e, scope);
+        case ExprKind::Between:
+        case ExprKind::InList:
+        case ExprKind::Like:
+        case ExprKind::IsNull:
+            for (const ExprPtr& a : e.args)
+                bindExpr(*a, scope);
+            return SqlType::Boolean;
+        case ExprKind::InSelect:
+            bindExpr(*e.args[0], scope);
+            bindSelectChain(*e.subquery, &scope);
+            return SqlType::Boolean;
+        case ExprKind::Exists:
+            bindSelectChain(*e.subquery, &scope);
+            return SqlType::Boolean;
+        case ExprKind::Subquery: {
+            bindSelectChain(*e.subquery, &scope);
+            const auto& outs = binding_.outputs(e.subquery.get());
+            return outs.empty() ? SqlType::Unknown : outs.front().type.type;
+        }
+        }
+        return SqlType::Unknown;
+    }
+
+    static SqlType literalType(const vb::Variant& v) {
+        switch (v.type()) {
+        case vb::VarType::Boolean:
+            return SqlType::Boolean;
+        case vb::VarType::Integer:
+            return SqlType::Integer;
+        case vb::VarType::Long:
+            return SqlType::Long;
+        case vb::VarType::Single:
+            return SqlType::Single;
+        case vb::VarType::Double:
+            return SqlType::Double;
+        case vb::VarType::Currency:
+            return SqlType::Currency;
+        case vb::VarType::Date:
+            return SqlType::Date;
+        case vb::VarType::String:
+            return SqlType::Text;
+        default:
+            return SqlType::Unknown;
+        }
+    }
+
+    SqlType binaryType(const Expr& e, const Scope& scope) {
+        const SqlType a = bindExpr(*e.args[0], scope);
+        const SqlType b = bindExpr(*e.args[1], scope);
+        switch (e.op) {
+        case Op::Concat:
+            return SqlType::Text;
+        case Op::Add:
+            if (isText(a) && (isText(b) || b == SqlType::Unknown)) return SqlType::Text;
+            if (isText(b) && a == SqlType::Unknown) return SqlType::Text;
+            if (a == SqlType::Date || b == SqlType::Date) return SqlType::Date;
+            return widen(a, b);
+        case Op::Subtract:
+            if (a == SqlType::Date && b == SqlType::Date) return SqlType::Double;
+            if (a == SqlType::Date || b == SqlType::Date) return SqlType::Date;
+            return widen(a, b);
+        case Op::Multiply:
+            return widen(a == SqlType::Date ? SqlType::Double : a,
+                         b == SqlType::Date ? SqlType::Double : b);
+        case Op::Divide:
+        case Op::Power:
+            return SqlType::Double;
+        case Op::IntDivide:
+        case Op::Mod:
+            return widen(a, b) == SqlType::Integer ? SqlType::Integer : SqlType::Long;
+        case Op::And:
+        case Op::Or:
+        case Op::Xor:
+        case Op::Eqv:
+        case Op::Imp:
+            return a == SqlType::Boolean && b == SqlType::Boolean ? SqlType::Boolean : widen(a, b);
+        default: // comparisons
+            return SqlType::Boolean;
+        }
+    }
+
+    SqlType functionType(const Expr& e, const Scope& scope) {
+        std::vector<SqlType> args;
+        for (const ExprPtr& a : e.args)
+            args.push_back(bindExpr(*a, scope));
+        const QString name = e.name.toLower();
+        auto it = functionTypes().constFind(name);
+        if (it == functionTypes().constEnd()) raise(err::UndefinedFunction, e.name);
+        const SqlType first = args.empty() ? SqlType::Unknown : args.front();
+        switch (it->rule) {
+        case Result::Fixed:
+            return it->type;
+        case Result::FirstArg:
+            return first == SqlType::Boolean && name != u"min" && name != u"max" &&
+                           name != u"first" && name != u"last"
+                       ? SqlType::Integer
+                       : first;
+        case Result::Widened:
+            return args.size() > 1 ? widen(args[0], args[1]) : first;
+        case Result::Branches: {
+            if (args.size() < 3) return SqlType::Unknown;
+            if (args[1] == args[2]) return args[1];
+            if (args[1] == SqlType::Unknown) return args[2];
+            if (args[2] == SqlType::Unknown) return args[1];
+            if (isNumeric(args[1]) && isNumeric(args[2])) return widen(args[1], args[2]);
+            return SqlType::Unknown;
+        }
+        case Result::SumOf:
+            if (first == SqlType::Currency) return SqlType::Currency;
+            return SqlType::Double;
+        case Result::AvgOf:
+            return first == SqlType::Currency ? SqlType::Currency : SqlType::Double;
+        }
+        return SqlType::Unknown;
+    }
+
+    SqlType resolveColumn(const Expr& e, const Scope& scope) {
+        for (const Scope* s = &scope; s; s = s->parent) {
+            if (auto found = findIn(e, *s)) {
+                binding_.columns_.insert(&e, *found);
+                return found->type.type;
+            }
+        }
+        raise(err::TooFewParameters, e.table.isEmpty() ? e.name : e.table + u'.' + e.name);
+    }
+
+    std::optional<ResolvedColumn> findIn(const Expr& e, const Scope& scope) {
+        std::optional<ResolvedColumn> hit;
+        for (const Source& src : scope.sources) {
+            if (!e.table.isEmpty() && src.name.compare(e.table, Qt::CaseInsensitive) != 0) continue;
+            for (const CatalogColumn& c : src.columns) {
+                if (c.name.compare(e.name, Qt::CaseInsensitive) != 0) continue;
+                if (hit) raise(err::AmbiguousField, e.name);
+                hit = ResolvedColumn{src.name, c.name, c.type, false};
+            }
+        }
+        if (hit || !e.table.isEmpty() || !scope.outputs) return hit;
+        // ORDER BY may name a column of the select list by its alias.
+        for (const OutputColumn& out : *scope.outputs)
+            if (out.name.compare(e.name, Qt::CaseInsensitive) == 0)
+                return ResolvedColumn{QString(), out.name, out.type, true};
+        return hit;
+    }
+
+    const Catalog& catalog_;
+    Binding binding_;
+    int exprCounter_ = 0;
+};
+
+bool isAggregateFunction(const QString& name) {
+    static const QSet<QString> names = {u"count"_s,  u"sum"_s,   u"avg"_s,  u"min"_s,
+                                        u"max"_s,    u"first"_s, u"last"_s, u"stdev"_s,
+                                        u"stdevp"_s, u"var"_s,   u"varp"_s};
+    return names.contains(name.toLower());
+}
+
+Binding bindSelect(const Select& select, const Catalog& catalog) {
+    Binder binder(catalog);
+    binder.bindSelectChain(select, nullptr);
+    return binder.take();
+}
+
+Binding bindStatement(const Statement& statement, const Catalog& catalog) {
+    Binder binder(catalog);
+    std::visit(
+        [&](const auto& s) {
+            using T = std::decay_t<decltype(s)>;
+            if constexpr (std::is_same_v<T, Select>) {
+                binder.bindSelectChain(s, nullptr);
+            } else if constexpr (std::is_same_v<T, Transform>) {
+                binder.bindSelectChain(*s.select, nullptr, {s.aggregate.get(), s.pivot.get()});
+                Scope empty;
+                for (const ExprPtr& v : s.pivotIn)
+                    binder.bindExpr(*v, empty);
+            } else if constexpr (std::is_same_v<T, Insert>) {
+                const CatalogTable* table = catalog.table(s.table);
+                if (!table) raise(err::NoInputTable, s.table);
+                for (const QString& c : s.columns)
+                    if (!table->column(c)) raise(err::UnknownInsertField, c);
+                Scope empty;
+                for (const ExprPtr& v : s.values)
+                    binder.bindExpr(*v, empty);
+                if (s.select) binder.bindSelectChain(*s.select, nullptr);
+            } else if constexpr (std::is_same_v<T, Delete>) {
+                binder.bindOnTable(s.table, {s.where.get()});
+            } else if constexpr (std::is_same_v<T, Update>) {
+                if (s.target->kind != TableRef::Kind::Table) raise(err::UpdateSyntax);
+                for (const Assignment& a : s.assignments)
+                    binder.bindOnTable(s.target->name, {a.column.get(), a.value.get()});
+                binder.bindOnTable(s.target->name, {s.where.get()});
+            } else {
+                (void)s;
+            }
+        },
+        statement);
+    return binder.take();
+}
+
+} // namespace jet

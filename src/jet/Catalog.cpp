@@ -1,0 +1,95 @@
+#include "jet/Catalog.h"
+
+#include <QRegularExpression>
+#include <sqlite3.h>
+
+namespace jet {
+
+namespace {
+
+QString columnText(sqlite3_stmt* stmt, int col) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, col));
+    return text ? QString::fromUtf8(text) : QString();
+}
+
+// Runs a query with no parameters and hands each row to `row`.
+template <typename RowFn> void forEachRow(sqlite3* db, const QString& sql, RowFn row) {
+    sqlite3_stmt* stmt = nullptr;
+    const QByteArray utf8 = sql.toUtf8();
+    if (sqlite3_prepare_v2(db, utf8.constData(), static_cast<int>(utf8.size()), &stmt, nullptr) !=
+        SQLITE_OK)
+        return;
+    while (sqlite3_step(stmt) == SQLITE_ROW)
+        row(stmt);
+    sqlite3_finalize(stmt);
+}
+
+QString quoted(const QString& name) {
+    return QStringLiteral("\"%1\"").arg(
+        QString(name).replace(QStringLiteral("\""), QStringLiteral("\"\"")));
+}
+
+CatalogTable readTable(sqlite3* db, const QString& schema, const QString& name) {
+    CatalogTable table{name, schema == u"temp", {}};
+    // A lone INTEGER PRIMARY KEY column is SQLite's row number: the dialect's COUNTER.
+    int keyColumns = 0;
+    forEachRow(db, QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(name)),
+               [&](sqlite3_stmt* s) { keyColumns += sqlite3_column_int(s, 5) > 0 ? 1 : 0; });
+    forEachRow(
+        db, QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(name)),
+        [&](sqlite3_stmt* s) {
+            const QString declared = columnText(s, 2);
+            const bool rowid = keyColumns == 1 && sqlite3_column_int(s, 5) > 0 &&
+                               declared.trimmed().toUpper() == u"INTEGER";
+            table.columns.push_back({columnText(s, 1), columnTypeFromDeclaration(declared, rowid)});
+        });
+    return table;
+}
+
+} // namespace
+
+const CatalogColumn* CatalogTable::column(const QString& wanted) const {
+    for (const CatalogColumn& c : columns)
+        if (c.name.compare(wanted, Qt::CaseInsensitive) == 0) return &c;
+    return nullptr;
+}
+
+void Catalog::add(CatalogTable table) {
+    const QString key = table.name.toLower();
+    tables_.insert(key, std::move(table));
+}
+
+void Catalog::remove(const QString& name) {
+    tables_.remove(name.toLower());
+}
+
+const CatalogTable* Catalog::table(const QString& name) const {
+    auto it = tables_.constFind(name.toLower());
+    return it == tables_.constEnd() ? nullptr : &*it;
+}
+
+Catalog Catalog::fromSqlite(sqlite3* db) {
+    Catalog catalog;
+    for (const QString& schema : {QStringLiteral("main"), QStringLiteral("temp")}) {
+        std::vector<QString> names;
+        forEachRow(
+            db,
+            QStringLiteral("SELECT name FROM %1.sqlite_master WHERE type IN ('table', 'view') "
+                           "AND name NOT LIKE 'sqlite\\_%' ESCAPE '\\'")
+                .arg(schema),
+            [&](sqlite3_stmt* s) { names.push_back(columnText(s, 0)); });
+        // Temporary tables come second so that they hide a stored table of the same name, as
+        // SQLite resolves them.
+        for (const QString& name : names)
+            catalog.add(readTable(db, schema, name));
+    }
+    return catalog;
+}
+
+bool isSessionTableName(const QString& name) {
+    static const QRegularExpression pattern(QStringLiteral("^tbltemp\\d+$"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    return pattern.match(name).hasMatch();
+}
+
+} // namespace jet

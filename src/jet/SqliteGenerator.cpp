@@ -1,0 +1,587 @@
+#include "jet/SqliteGenerator.h"
+
+#include "jet/JetError.h"
+#include "jet/Storage.h"
+#include "vb/Convert.h"
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace jet {
+
+namespace {
+
+bool isComparison(Op op) {
+    switch (op) {
+    case Op::Equal:
+    case Op::NotEqual:
+    case Op::Less:
+    case Op::Greater:
+    case Op::LessEqual:
+    case Op::GreaterEqual:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isLogical(Op op) {
+    return op == Op::And || op == Op::Or || op == Op::Xor || op == Op::Eqv || op == Op::Imp;
+}
+
+QString comparisonOperator(Op op) {
+    switch (op) {
+    case Op::Equal:
+        return u"="_s;
+    case Op::NotEqual:
+        return u"<>"_s;
+    case Op::Less:
+        return u"<"_s;
+    case Op::Greater:
+        return u">"_s;
+    case Op::LessEqual:
+        return u"<="_s;
+    default:
+        return u">="_s;
+    }
+}
+
+QString number(double d) {
+    return QString::number(d, 'g', 17);
+}
+
+// A truth written as a condition, turned into the dialect's -1/0 value (Null stays Null).
+QString truthValue(const QString& conditionText) {
+    return u"(-("_s + conditionText + u"))"_s;
+}
+
+const QString kCollate = u" COLLATE jet_text"_s;
+
+} // namespace
+
+QString SqliteGenerator::quoted(const QString& name) {
+    QString q = name;
+    q.replace(u'"', u"\"\""_s);
+    return u'"' + q + u'"';
+}
+
+QString SqliteGenerator::literal(const vb::Variant& v) {
+    switch (v.type()) {
+    case vb::VarType::Empty:
+    case vb::VarType::Null:
+        return u"NULL"_s;
+    case vb::VarType::Boolean:
+        return v.boolValue() ? u"-1"_s : u"0"_s;
+    case vb::VarType::Integer:
+        return QString::number(v.integerValue());
+    case vb::VarType::Long:
+        return QString::number(v.longValue());
+    case vb::VarType::Single:
+        return number(v.singleValue());
+    case vb::VarType::Double:
+        return number(v.doubleValue());
+    case vb::VarType::Currency:
+        return number(v.currencyValue().toDouble());
+    case vb::VarType::Date:
+        return number(storage::linearFromSerial(v.dateValue()));
+    case vb::VarType::String: {
+        QString s = v.stringValue();
+        s.replace(u'\'', u"''"_s);
+        return u'\'' + s + u'\'';
+    }
+    }
+    return u"NULL"_s;
+}
+
+QString SqliteGenerator::value(const Expr& e) const {
+    switch (e.kind) {
+    case ExprKind::Literal:
+        return literal(e.value);
+    case ExprKind::Column:
+        return column(e);
+    case ExprKind::Unary:
+        return unary(e, false);
+    case ExprKind::Binary:
+        return binary(e, false);
+    case ExprKind::Function:
+        return function(e);
+    case ExprKind::Subquery:
+        return u'(' + select(*e.subquery) + u')';
+    case ExprKind::Star:
+        return u"*"_s;
+    default:
+        return truthValue(predicate(e));
+    }
+}
+
+QString SqliteGenerator::condition(const Expr& e) const {
+    switch (e.kind) {
+    case ExprKind::Unary:
+        return e.op == Op::Not ? unary(e, true) : value(e);
+    case ExprKind::Binary:
+        return binary(e, true);
+    case ExprKind::Between:
+    case ExprKind::InList:
+    case ExprKind::InSelect:
+    case ExprKind::Like:
+    case ExprKind::IsNull:
+    case ExprKind::Exists:
+        return predicate(e);
+    default:
+        return value(e);
+    }
+}
+
+QString SqliteGenerator::column(const Expr& e) const {
+    const ResolvedColumn* c = binding_.column(&e);
+    if (!c) raise(err::TooFewParameters, e.name);
+    if (c->outputAlias) return quoted(c->column);
+    return quoted(c->source) + u'.' + quoted(c->column);
+}
+
+QString SqliteGenerator::unary(const Expr& e, bool asCondition) const {
+    const Expr& operand = *e.args[0];
+    switch (e.op) {
+    case Op::Negate:
+        return u"(-"_s + value(operand) + u')';
+    case Op::Plus:
+        return value(operand);
+    default: // Not: logical on truths, bitwise on numbers, as the dialect's Not is
+        if (asCondition) return u"(NOT "_s + condition(operand) + u')';
+        return u"(~"_s + value(operand) + u')';
+    }
+}
+
+QString SqliteGenerator::binary(const Expr& e, bool asCondition) const {
+    const Expr& a = *e.args[0];
+    const Expr& b = *e.args[1];
+    if (isComparison(e.op)) {
+        const QString text = comparison(e);
+        return asCondition ? text : truthValue(text);
+    }
+    if (isLogical(e.op)) {
+        const bool truths = binding_.typeOf(&e) == SqlType::Boolean;
+        if (truths && (e.op == Op::And || e.op == Op::Or)) {
+            const QString text = u'(' + condition(a) + (e.op == Op::And ? u" AND "_s : u" OR "_s) +
+                                 condition(b) + u')';
+            return asCondition ? text : truthValue(text);
+        }
+        const QString x = value(a), y = value(b);
+        QString bits;
+        switch (e.op) {
+        case Op::And:
+            bits = u'(' + x + u" & "_s + y + u')';
+            break;
+        case Op::Or:
+            bits = u'(' + x + u" | "_s + y + u')';
+            break;
+        case Op::Xor:
+            bits = u"(("_s + x + u" | "_s + y + u") & ~("_s + x + u" & "_s + y + u"))"_s;
+            break;
+        case Op::Eqv:
+            bits = u"(~(("_s + x + u" | "_s + y + u") & ~("_s + x + u" & "_s + y + u")))"_s;
+            break;
+        default: // Imp
+            bits = u"((~"_s + x + u") | "_s + y + u')';
+            break;
+        }
+        return asCondition ? u'(' + bits + u" <> 0)"_s : bits;
+    }
+    const QString x = value(a), y = value(b);
+    switch (e.op) {
+    case Op::Add:
+        if (isText(binding_.typeOf(&e))) return u'(' + x + u" || "_s + y + u')';
+        return u'(' + x + u" + "_s + y + u')';
+    case Op::Subtract:
+        return u'(' + x + u" - "_s + y + u')';
+    case Op::Multiply:
+        return u'(' + x + u" * "_s + y + u')';
+    case Op::Divide:
+        return u'(' + x + u" / CAST("_s + y + u" AS REAL))"_s;
+    case Op::IntDivide:
+        return u"jet_intdiv("_s + argument(a) + u", "_s + argument(b) + u')';
+    case Op::Mod:
+        return u"jet_mod("_s + argument(a) + u", "_s + argument(b) + u')';
+    case Op::Power:
+        return u"jet_pow("_s + argument(a) + u", "_s + argument(b) + u')';
+    default: // Concat
+        return concatenation(a, b);
+    }
+}
+
+namespace {
+
+// A text expression that can never be Null: a text literal, or & with such a side.
+bool neverNull(const Expr& e) {
+    if (e.kind == ExprKind::Literal) return e.value.isString();
+    return e.kind == ExprKind::Binary && e.op == Op::Concat &&
+           (neverNull(*e.args[0]) || neverNull(*e.args[1]));
+}
+
+} // namespace
+
+QString SqliteGenerator::concatenation(const Expr& a, const Expr& b) const {
+    // When both sides are texts and one can never be Null, the result cannot be Null either, and
+    // SQLite's own || with Null read as "" is exact; otherwise the dialect's rules need jet_concat
+    // (Null & Null is Null, numbers and dates are written as CStr writes them).
+    const bool texts = isText(binding_.typeOf(&a)) && isText(binding_.typeOf(&b));
+    if (!texts || !(neverNull(a) || neverNull(b)))
+        return u"jet_concat("_s + argument(a) + u", "_s + argument(b) + u')';
+    auto side = [&](const Expr& e) {
+        return neverNull(e) ? value(e) : u"COALESCE("_s + value(e) + u", '')"_s;
+    };
+    return u'(' + side(a) + u" || "_s + side(b) + u')';
+}
+
+QString SqliteGenerator::comparison(const Expr& e) const {
+    const Expr& a = *e.args[0];
+    const Expr& b = *e.args[1];
+    const bool text = isText(binding_.typeOf(&a)) || isText(binding_.typeOf(&b));
+    return u'(' + value(a) + u' ' + comparisonOperator(e.op) + u' ' + value(b) +
+           (text ? kCollate : QString()) + u')';
+}
+
+QString SqliteGenerator::collated(const Expr& e) const {
+    return isText(binding_.typeOf(&e)) ? value(e) + kCollate : value(e);
+}
+
+QString SqliteGenerator::predicate(const Expr& e) const {
+    const QString no = e.negated ? u"NOT "_s : QString();
+    switch (e.kind) {
+    case ExprKind::Between:
+        return u'(' + collated(*e.args[0]) + u' ' + no + u"BETWEEN "_s + value(*e.args[1]) +
+               u" AND "_s + value(*e.args[2]) + u')';
+    case ExprKind::InList: {
+        QStringList items;
+        for (std::size_t i = 1; i < e.args.size(); ++i)
+            items << value(*e.args[i]);
+        return u'(' + collated(*e.args[0]) + u' ' + no + u"IN ("_s + items.join(u", "_s) + u"))"_s;
+    }
+    case ExprKind::InSelect:
+        return u'(' + collated(*e.args[0]) + u' ' + no + u"IN ("_s + select(*e.subquery) + u"))"_s;
+    case ExprKind::Like:
+        return u'(' + no + u"jet_like("_s + argument(*e.args[0]) + u", "_s + argument(*e.args[1]) +
+               u"))"_s;
+    case ExprKind::IsNull:
+        return u'(' + value(*e.args[0]) + (e.negated ? u" IS NOT NULL)"_s : u" IS NULL)"_s);
+    case ExprKind::Exists:
+        return u"(EXISTS ("_s + select(*e.subquery) + u"))"_s;
+    default:
+        return value(e);
+    }
+}
+
+QString SqliteGenerator::argument(const Expr& e) const {
+    switch (binding_.typeOf(&e)) {
+    case SqlType::Date:
+        return u"jet_tag_date("_s + value(e) + u')';
+    case SqlType::Currency:
+        return u"jet_tag_currency("_s + value(e) + u')';
+    case SqlType::Boolean:
+        return u"jet_tag_bool("_s + value(e) + u')';
+    default:
+        return value(e);
+    }
+}
+
+// cdate(format$(d, "yyyy/mm/dd")) and cdate(format$(d, "HH:nn:ss")) split a moment into its
+// day and its time of day; they are DateValue and TimeValue of d, computed without writing and
+// reading back text. Empty when e is not one of the two.
+QString SqliteGenerator::dateSplit(const Expr& e) const {
+    if (e.args.size() != 1 || e.name.compare(u"cdate"_s, Qt::CaseInsensitive) != 0)
+        return QString();
+    const Expr& inner = *e.args[0];
+    if (inner.kind != ExprKind::Function || inner.args.size() != 2 ||
+        inner.name.compare(u"format"_s, Qt::CaseInsensitive) != 0 ||
+        binding_.typeOf(inner.args[0].get()) != SqlType::Date ||
+        inner.args[1]->kind != ExprKind::Literal || !inner.args[1]->value.isString())
+        return QString();
+    const QString pattern = inner.args[1]->value.stringValue();
+    if (pattern.compare(u"yyyy/mm/dd"_s, Qt::CaseInsensitive) == 0)
+        return u"jet_datevalue("_s + argument(*inner.args[0]) + u')';
+    if (pattern.compare(u"hh:nn:ss"_s, Qt::CaseInsensitive) == 0)
+        return u"jet_timevalue("_s + argument(*inner.args[0]) + u')';
+    return QString();
+}
+
+QString SqliteGenerator::function(const Expr& e) const {
+    const QString name = e.name.toLower();
+    if (e.star) return u"count(*)"_s;
+    if (QString split = dateSplit(e); !split.isEmpty()) return split;
+    if (name == u"iif"_s) {
+        if (e.args.size() != 3) raise(err::MissingOperator, e.name);
+        return u"(CASE WHEN "_s + condition(*e.args[0]) + u" THEN "_s + value(*e.args[1]) +
+               u" ELSE "_s + value(*e.args[2]) + u" END)"_s;
+    }
+    if (name == u"count"_s || name == u"sum"_s || name == u"avg"_s) {
+        if (e.args.size() != 1) raise(err::MissingOperator, e.name);
+        return name + u'(' + value(*e.args[0]) + u')';
+    }
+    if (name == u"min"_s || name == u"max"_s) {
+        if (e.args.size() != 1) raise(err::MissingOperator, e.name);
+        return name + u'(' + collated(*e.args[0]) + u')';
+    }
+    QStringList args;
+    for (const ExprPtr& a : e.args)
+        args << argument(*a);
+    return u"jet_"_s + name + u'(' + args.join(u", "_s) + u')';
+}
+
+QString SqliteGenerator::tableRef(const TableRef& ref) const {
+    switch (ref.kind) {
+    case TableRef::Kind::Table: {
+        const CatalogTable* table = catalog_.table(ref.name);
+        const QString name = quoted(table ? table->name : ref.name);
+        return ref.alias.isEmpty() ? name : name + u" AS "_s + quoted(ref.alias);
+    }
+    case TableRef::Kind::Subquery:
+        return u'(' + select(*ref.subquery) + u") AS "_s + quoted(ref.alias);
+    case TableRef::Kind::Join: {
+        const QString kind = ref.join == JoinKind::Left    ? u" LEFT JOIN "_s
+                             : ref.join == JoinKind::Right ? u" RIGHT JOIN "_s
+                                                           : u" INNER JOIN "_s;
+        return u'(' + tableRef(*ref.left) + kind + tableRef(*ref.right) + u" ON "_s +
+               condition(*ref.on) + u')';
+    }
+    }
+    return QString();
+}
+
+QString SqliteGenerator::fromClause(const Select& s) const {
+    QStringList sources;
+    for (const TableRefPtr& ref : s.from)
+        sources << tableRef(*ref);
+    return sources.isEmpty() ? QString() : u" FROM "_s + sources.join(u", "_s);
+}
+
+QString SqliteGenerator::selectCore(const Select& s, const QStringList& extraColumns) const {
+    QStringList columns;
+    for (const OutputColumn& out : binding_.outputs(&s)) {
+        const QString text =
+            out.expr && out.expr->kind == ExprKind::Star
+                ? quoted(out.starColumn.source) + u'.' + quoted(out.starColumn.column)
+                : value(*out.expr);
+        columns << text + u" AS "_s + quoted(out.name);
+    }
+    columns << extraColumns;
+    QString sql = u"SELECT "_s + (s.distinct ? u"DISTINCT "_s : QString()) + columns.join(u", "_s);
+    sql += fromClause(s);
+    if (s.where) sql += u" WHERE "_s + condition(*s.where);
+    if (!s.groupBy.empty()) {
+        QStringList groups;
+        for (const ExprPtr& g : s.groupBy)
+            groups << collated(*g);
+        sql += u" GROUP BY "_s + groups.join(u", "_s);
+    }
+    if (s.having) sql += u" HAVING "_s + condition(*s.having);
+    return sql;
+}
+
+QString SqliteGenerator::orderBy(const Select& s) const {
+    if (s.orderBy.empty()) return QString();
+    QStringList terms;
+    const bool compound = s.unionNext != nullptr;
+    const auto& outputs = binding_.outputs(&s);
+    for (const OrderItem& o : s.orderBy) {
+        QString term;
+        if (compound) {
+            // A compound select orders by its result columns only: find the column by name.
+            const ResolvedColumn* c = binding_.column(o.expr.get());
+            for (std::size_t i = 0; i < outputs.size() && c; ++i)
+                if (outputs[i].name.compare(c->column, Qt::CaseInsensitive) == 0)
+                    term = QString::number(i + 1);
+            if (term.isEmpty()) term = value(*o.expr);
+        } else {
+            term = collated(*o.expr);
+        }
+        terms << term + (o.descending ? u" DESC"_s : QString());
+    }
+    return u" ORDER BY "_s + terms.join(u", "_s);
+}
+
+QString SqliteGenerator::select(const Select& s) const {
+    QString sql = selectCore(s);
+    for (const Select *next = s.unionNext.get(), *prev = &s; next;
+         prev = next, next = next->unionNext.get())
+        sql += (prev->unionAll ? u" UNION ALL "_s : u" UNION "_s) + selectCore(*next);
+    sql += orderBy(s);
+    if (s.top) {
+        if (s.top->percent) {
+            // The share of the rows, rounded up, as the dialect counts it.
+            sql = u"SELECT * FROM ("_s + sql + u") LIMIT (SELECT CAST((count(*) * "_s +
+                  number(s.top->count) + u" + 99.999999) / 100 AS INTEGER) FROM ("_s +
+                  selectCore(s) + u"))"_s;
+        } else {
+            sql += u" LIMIT "_s + number(s.top->count);
+        }
+    }
+    return sql;
+}
+
+QString SqliteGenerator::pivotValues(const Transform& t) const {
+    const Select& s = *t.select;
+    QString sql = u"SELECT DISTINCT "_s + value(*t.pivot) + fromClause(s);
+    if (s.where) sql += u" WHERE "_s + condition(*s.where);
+    return sql + (isText(binding_.typeOf(t.pivot.get())) ? u" ORDER BY 1 COLLATE jet_text, 1"_s
+                                                         : u" ORDER BY 1"_s);
+}
+
+QString SqliteGenerator::pivotColumnName(const vb::Variant& v) {
+    return v.isNull() || v.isEmpty() ? u"<>"_s : vb::cstr(v);
+}
+
+QString SqliteGenerator::pivotMatch(const Transform& t, const PivotColumn& column) const {
+    const vb::Variant& first = column.values.front();
+    if (first.isNull()) return value(*t.pivot) + u" IS NULL"_s;
+    if (column.fromInList) return collated(*t.pivot) + u" = "_s + literal(first);
+    // Exact matches let SQLite compare without calling back into the text collation.
+    QStringList literals;
+    for (const vb::Variant& v : column.values)
+        literals << literal(v);
+    return value(*t.pivot) + u" IN ("_s + literals.join(u", "_s) + u')';
+}
+
+QString SqliteGenerator::crosstabCell(const Transform& t, const PivotColumn& column) const {
+    const Expr& agg = *t.aggregate;
+    const QString match = pivotMatch(t, column);
+    const QString fn = agg.name.toLower();
+    if (fn == u"count"_s) {
+        // An empty cell is Null, even for a count. Counting rows (or a column that is never
+        // Null) the count itself tells whether the cell has rows.
+        const Expr* arg = agg.args.empty() ? nullptr : agg.args.front().get();
+        const ResolvedColumn* c = arg ? binding_.column(arg) : nullptr;
+        if (agg.star || !arg || (c && c->type.counter))
+            return u"NULLIF(count(CASE WHEN "_s + match + u" THEN 1 END), 0)"_s;
+        return u"(CASE WHEN count(CASE WHEN "_s + match + u" THEN 1 END) = 0 THEN NULL ELSE "_s +
+               u"count(CASE WHEN "_s + match + u" THEN "_s + value(*arg) + u" END) END)"_s;
+    }
+    if (agg.args.size() != 1) raise(err::MissingOperator, agg.name);
+    // Other aggregates of no rows are Null already.
+    const bool native = fn == u"sum"_s || fn == u"avg"_s || fn == u"min"_s || fn == u"max"_s;
+    return (native ? fn : u"jet_"_s + fn) + u"(CASE WHEN "_s + match + u" THEN "_s +
+           (native ? value(*agg.args[0]) : argument(*agg.args[0])) + u" END)"_s;
+}
+
+QString SqliteGenerator::crosstab(const Transform& t,
+                                  const std::vector<PivotColumn>& columns) const {
+    if (t.aggregate->kind != ExprKind::Function) raise(err::MissingOperator, t.aggregate->name);
+    QStringList cells;
+    for (const PivotColumn& column : columns)
+        cells << crosstabCell(t, column) + u" AS "_s + quoted(column.name);
+    const Select& s = *t.select;
+    QString sql = selectCore(s, cells);
+    if (s.orderBy.empty() && !s.groupBy.empty()) {
+        // The dialect lists a crosstab's rows in the order of their headings.
+        QStringList groups;
+        for (const ExprPtr& g : s.groupBy)
+            groups << collated(*g);
+        return sql + u" ORDER BY "_s + groups.join(u", "_s);
+    }
+    return sql + orderBy(s);
+}
+
+QString SqliteGenerator::createTable(const QString& name, const QStringList& columns) const {
+    return (isSessionTableName(name) ? u"CREATE TEMP TABLE "_s : u"CREATE TABLE "_s) +
+           quoted(name) + u" ("_s + columns.join(u", "_s) + u')';
+}
+
+QStringList SqliteGenerator::selectInto(const Select& s) const {
+    if (catalog_.table(s.into)) raise(err::TableExists, s.into);
+    QStringList columns, names;
+    for (const OutputColumn& out : binding_.outputs(&s)) {
+        ColumnType type = out.type;
+        type.counter = false;
+        columns << quoted(out.name) + u' ' + sqliteDeclaration(type);
+        names << quoted(out.name);
+    }
+    return {createTable(s.into, columns), u"INSERT INTO "_s + quoted(s.into) + u" ("_s +
+                                              names.join(u", "_s) + u") "_s + select(s)};
+}
+
+QString SqliteGenerator::storedValue(const Expr& e, const ColumnType& target) const {
+    const SqlType given = binding_.typeOf(&e);
+    if (target.type == SqlType::Boolean && given != SqlType::Boolean)
+        return u"jet_bool("_s + argument(e) + u')';
+    if (target.type == SqlType::Date && (isText(given) || given == SqlType::Unknown))
+        return u"jet_cdate("_s + argument(e) + u')';
+    return value(e);
+}
+
+QString SqliteGenerator::insert(const Insert& s) const {
+    const CatalogTable* table = catalog_.table(s.table);
+    if (!table) raise(err::NoInputTable, s.table);
+    std::vector<const CatalogColumn*> targets;
+    if (s.columns.empty()) {
+        for (const CatalogColumn& c : table->columns)
+            targets.push_back(&c);
+    } else {
+        for (const QString& name : s.columns) {
+            const CatalogColumn* c = table->column(name);
+            if (!c) raise(err::UnknownInsertField, name);
+            targets.push_back(c);
+        }
+    }
+    QStringList names;
+    for (const CatalogColumn* c : targets)
+        names << quoted(c->name);
+    QString sql = u"INSERT INTO "_s + quoted(table->name) + u" ("_s + names.join(u", "_s) + u") "_s;
+    if (s.select) return sql + select(*s.select);
+    if (s.values.size() != targets.size()) raise(err::InsertSyntax);
+    QStringList values;
+    for (std::size_t i = 0; i < targets.size(); ++i)
+        values << storedValue(*s.values[i], targets[i]->type);
+    return sql + u"VALUES ("_s + values.join(u", "_s) + u')';
+}
+
+QString SqliteGenerator::update(const Update& s) const {
+    const CatalogTable* table = catalog_.table(s.target->name);
+    if (!table) raise(err::NoInputTable, s.target->name);
+    QStringList sets;
+    for (const Assignment& a : s.assignments) {
+        const CatalogColumn* c = table->column(a.column->name);
+        if (!c) raise(err::TooFewParameters, a.column->name);
+        sets << quoted(c->name) + u" = "_s + storedValue(*a.value, c->type);
+    }
+    QString sql = u"UPDATE "_s + quoted(table->name) + u" SET "_s + sets.join(u", "_s);
+    if (s.where) sql += u" WHERE "_s + condition(*s.where);
+    return sql;
+}
+
+QStringList SqliteGenerator::commands(const Statement& statement) const {
+    return std::visit(
+        [&](const auto& s) -> QStringList {
+            using T = std::decay_t<decltype(s)>;
+            if constexpr (std::is_same_v<T, Select>) {
+                return s.into.isEmpty() ? QStringList{select(s)} : selectInto(s);
+            } else if constexpr (std::is_same_v<T, Insert>) {
+                return {insert(s)};
+            } else if constexpr (std::is_same_v<T, Update>) {
+                return {update(s)};
+            } else if constexpr (std::is_same_v<T, Delete>) {
+                const CatalogTable* table = catalog_.table(s.table);
+                QString sql = u"DELETE FROM "_s + quoted(table ? table->name : s.table);
+                if (s.where) sql += u" WHERE "_s + condition(*s.where);
+                return {sql};
+            } else if constexpr (std::is_same_v<T, CreateTable>) {
+                if (catalog_.table(s.name)) raise(err::TableExists, s.name);
+                QStringList columns;
+                for (const ColumnDef& c : s.columns) {
+                    auto type = columnTypeFromName(c.typeName, c.size);
+                    if (!type) raise(err::CreateTableSyntax);
+                    QString def = quoted(c.name) + u' ' + sqliteDeclaration(*type);
+                    if (c.notNull) def += u" NOT NULL"_s;
+                    if (c.primaryKey && !type->counter) def += u" PRIMARY KEY"_s;
+                    columns << def;
+                }
+                return {createTable(s.name, columns)};
+            } else if constexpr (std::is_same_v<T, DropTable>) {
+                const CatalogTable* table = catalog_.table(s.name);
+                if (!table) raise(err::NoSuchTable, s.name);
+                return {u"DROP TABLE "_s + quoted(table->name)};
+            } else {
+                raise(err::InvalidStatement);
+            }
+        },
+        statement);
+}
+
+} // namespace jet

@@ -1,0 +1,76 @@
+#pragma once
+
+// Writes a bound statement as SQLite SQL over a site file's storage (see Storage.h): dialect
+// functions become jet_* user functions, text comparisons use the jet_text collation, dates are
+// numbers on the linear day line, and Yes/No values are -1 and 0.
+
+#include "jet/Ast.h"
+#include "jet/Binder.h"
+#include "jet/Catalog.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace jet {
+
+class SqliteGenerator {
+public:
+    SqliteGenerator(const Binding& binding, const Catalog& catalog)
+        : binding_(binding), catalog_(catalog) {}
+
+    // A SELECT (with its UNION chain), without INTO.
+    QString select(const Select& s) const;
+    // What a statement with effects runs, in order (SELECT ... INTO becomes CREATE + INSERT).
+    QStringList commands(const Statement& statement) const;
+
+    // A crosstab's column: its name and the stored values that fall into it. Values found in
+    // the data are matched exactly (texts differing only in letter case share a column, each
+    // variant listed); values of an IN list are matched as the dialect compares.
+    struct PivotColumn {
+        QString name;
+        std::vector<vb::Variant> values;
+        bool fromInList = false;
+    };
+
+    // The two steps of a crosstab: first the distinct pivot values, ordered so that the texts
+    // of one column are neighbours; then, given the columns, the query itself.
+    QString pivotValues(const Transform& t) const;
+    QString crosstab(const Transform& t, const std::vector<PivotColumn>& columns) const;
+    // A crosstab's column name for a pivot value.
+    static QString pivotColumnName(const vb::Variant& value);
+
+    // An expression's text as a value (-1/0 for truths) or as a condition.
+    QString value(const Expr& e) const;
+    QString condition(const Expr& e) const;
+
+    static QString quoted(const QString& name);
+    static QString literal(const vb::Variant& v);
+
+private:
+    QString selectCore(const Select& s, const QStringList& extraColumns = {}) const;
+    QString fromClause(const Select& s) const;
+    QString tableRef(const TableRef& ref) const;
+    QString orderBy(const Select& s) const;
+    QString column(const Expr& e) const;
+    QString unary(const Expr& e, bool asCondition) const;
+    QString binary(const Expr& e, bool asCondition) const;
+    QString comparison(const Expr& e) const;
+    QString concatenation(const Expr& a, const Expr& b) const;
+    QString function(const Expr& e) const;
+    QString dateSplit(const Expr& e) const;
+    QString pivotMatch(const Transform& t, const PivotColumn& column) const;
+    QString crosstabCell(const Transform& t, const PivotColumn& column) const;
+    QString argument(const Expr& e) const;  // a value handed to a jet_* function, tagged
+    QString collated(const Expr& e) const;  // a value, with the text collation where it is text
+    QString predicate(const Expr& e) const; // Between, In, Like, Is Null, Exists as conditions
+    QString insert(const Insert& s) const;
+    QString update(const Update& s) const;
+    QStringList selectInto(const Select& s) const;
+    QString createTable(const QString& name, const QStringList& columns) const;
+    QString storedValue(const Expr& e, const ColumnType& target) const;
+
+    const Binding& binding_;
+    const Catalog& catalog_;
+};
+
+} // namespace jet

@@ -1,0 +1,226 @@
+#include "jet/SqliteDatabase.h"
+
+#include "recordset/Recordset.h"
+#include "support/VbTestSupport.h"
+#include "vb/Convert.h"
+#include "vb/DateTime.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <sqlite3.h>
+
+using namespace Qt::Literals::StringLiterals;
+using jet::SqliteDatabase;
+using testsupport::errorOf;
+
+namespace {
+
+QString readText(const QString& path) {
+    QFile f(path);
+    if (!f.open(QIODevice::ReadOnly)) return QString();
+    return QString::fromUtf8(f.readAll());
+}
+
+// A small site: three clerks, four actions, transactions around one midnight.
+class SiteDatabase : public testsupport::EnUsTest {
+protected:
+    void SetUp() override {
+        EnUsTest::SetUp();
+        ASSERT_TRUE(dir_.isValid());
+        path_ = dir_.filePath(u"site.tsite"_s);
+        db_ = SqliteDatabase::open(path_, true);
+        db_->executeScript(readText(QStringLiteral(TILLSIGHT_SCHEMA)));
+        ASSERT_EQ(sqlite3_exec(db_->handle(), "CREATE INDEX ixTransTime ON tblTrans (fldTransTime)",
+                               nullptr, nullptr, nullptr),
+                  SQLITE_OK);
+        db_->executeScript(uR"(
+INSERT INTO tblActors (fldActorCode, fldActorlName, fldActorfName) VALUES ("ABC", 'Smith', 'Ann')
+--
+INSERT INTO tblActors (fldActorCode, fldActorlName, fldActorfName) VALUES ("xyz", 'Jones', 'Bob')
+--
+INSERT INTO lkpActions (fldActionCode, fldActionDesc, fldactioncritical) VALUES ('SALE', 'Sale', 0)
+--
+INSERT INTO lkpActions (fldActionCode, fldActionDesc, fldactioncritical) VALUES ('VOID', 'Void line', 1)
+--
+INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, fldTransDesc, fldTransPrice, fkyActionID, fkyActorID) VALUES (#2003/03/28 00:00:00#, 3, 1, 'CIGARETTES', 5.25, 1, 1)
+--
+INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, fldTransDesc, fldTransPrice, fkyActionID, fkyActorID) VALUES (#2003/03/28 14:05:09#, 3, 2, 'Cigars', -12.5, 2, 1)
+--
+INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, fldTransDesc, fldTransPrice, fkyActionID, fkyActorID) VALUES (#2003/03/29 00:00:00#, 12, 1, 'MILK', 1.1, 1, 2)
+--
+INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, fldTransDesc, fldTransPrice, fkyActionID, fkyActorID) VALUES (#2003/03/29 00:00:01#, 12, 1, 'BREAD', 2, 1, 2)
+--
+INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, fldTransDesc, fldTransPrice, fkyActionID, fkyActorID) VALUES (#2003/03/28 09:00:00#, 3, 1, 'ORPHAN', 9, 1, 99)
+)"_s);
+    }
+
+    std::shared_ptr<rs::Recordset> query(const QString& text) { return db_->query(text); }
+
+    QTemporaryDir dir_;
+    QString path_;
+    std::unique_ptr<SqliteDatabase> db_;
+};
+
+const QString kJoin =
+    u"From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = "
+    "tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID "_s;
+
+double day(int y, int m, int d) {
+    return vb::dateSerial(y, m, d);
+}
+
+} // namespace
+
+TEST_F(SiteDatabase, TheListSearchGivesDatesTimesMoneyAndTextWithTheirTypes) {
+    const QString text =
+        u"SELECT cdate(format$(tbltrans.fldtranstime, \"yyyy/mm/dd\")) as [Date], "
+        "cdate(format$(tbltrans.fldtranstime, \"HH:nn:ss\")) as [Time], tbltrans.fldtransregnum as "
+        "[Reg], tblTrans.fldTransQty AS [Qty],tblTrans.fldTransDesc AS [Description],"
+        "tblTrans.fldTransPrice As [Price], lkpActions.fldActionCode AS [Action], "
+        "tblActors.fldActorCode AS [Login], tblActors.fldActorlName & \", \" & "
+        "tblActors.fldActorfName AS [Name] "_s +
+        kJoin +
+        u"Where (tbltrans.fldtransdesc like \"CIG%\")  AND  tblTrans.fldTransTime between "
+        "#2003/03/28 00:00:00# AND #2003/03/29 00:00:00#   Order By tblTrans.fldTransTime, "
+        "idftransid "_s;
+    auto rs = query(text);
+    ASSERT_EQ(rs->recordCount(), 2u);
+    EXPECT_EQ(rs->field(u"Date").type(), rs::AdoType::Date);
+    EXPECT_EQ(rs->field(u"Time").type(), rs::AdoType::Date);
+    EXPECT_EQ(rs->field(u"Price").type(), rs::AdoType::Currency);
+    EXPECT_EQ(rs->field(u"Description").type(), rs::AdoType::VarWChar);
+    EXPECT_EQ(rs->field(u"Name").type(), rs::AdoType::VarWChar);
+    rs->moveLast();
+    EXPECT_EQ(rs->field(u"Date").value(), vb::Variant::date(day(2003, 3, 28)));
+    EXPECT_EQ(vb::cstr(rs->field(u"Time").value()), u"2:05:09 PM");
+    EXPECT_EQ(rs->field(u"Price").value(), vb::Variant(vb::Currency{-125000}));
+    EXPECT_EQ(rs->field(u"Name").value(), vb::Variant(u"Smith, Ann"_s));
+    EXPECT_EQ(rs->field(u"Description").value(), vb::Variant(u"Cigars"_s)); // like ignores case
+}
+
+TEST_F(SiteDatabase, SummariesCountPerClerkAndBothEndsOfBetweenCount) {
+    const QString text =
+        u"select tblactors.fldactorlname & \", \" & tblactors.fldactorfname & \" - \" & "
+        "tblactors.fldActorCode as [Clerk], count(*) as [Count], sum(fldtransqty) as [Qty Sum], "
+        "sum(fldtransprice) as [Price Sum] "_s +
+        kJoin +
+        u"Where  tblTrans.fldTransTime between #2003/03/28 00:00:00# AND #2003/03/29 00:00:00# "
+        "group By tblactors.fldactorlname & \", \" & tblactors.fldactorfname & \" - \" & "
+        "tblactors.fldActorCode "_s;
+    auto rs = query(text);
+    ASSERT_EQ(rs->recordCount(), 2u); // the orphan row has no clerk and is never counted
+    EXPECT_EQ(rs->field(u"Count").type(), rs::AdoType::Integer);
+    EXPECT_EQ(rs->field(u"Price Sum").type(), rs::AdoType::Currency);
+    rs->setFilter(u"Clerk LIKE 'Jones*'"_s);
+    EXPECT_EQ(rs->field(u"Count").value(), vb::Variant(1)); // midnight at the end is included
+    rs->setFilter(u"Clerk LIKE 'Smith*'"_s);
+    EXPECT_EQ(rs->field(u"Count").value(), vb::Variant(2));
+    EXPECT_EQ(rs->field(u"Price Sum").value(), vb::Variant(vb::Currency{-72500}));
+}
+
+TEST_F(SiteDatabase, TextComparesIgnoreCaseAndYesNoTakesOneAsTrue) {
+    auto rs = query(u"select count(*) from tblActors where fldactorcode  = \"abc\" "_s);
+    EXPECT_EQ(rs->field(0).value(), vb::Variant(1));
+    EXPECT_EQ(rs->field(0).name(), u"Expr1000");
+    rs = query(u"select fldActionCode from lkpActions where fldactioncritical = TRUE"_s);
+    ASSERT_EQ(rs->recordCount(), 1u);
+    EXPECT_EQ(rs->field(0).value(), vb::Variant(u"VOID"_s));
+    rs = query(u"select fldactioncritical from lkpActions order by fldActionCode"_s);
+    EXPECT_EQ(rs->field(0).type(), rs::AdoType::Boolean);
+    rs->moveLast();
+    EXPECT_EQ(rs->field(0).value(), vb::Variant(true));
+}
+
+TEST_F(SiteDatabase, ConcatenationTakesOneNullAsEmptyButPlusPropagatesIt) {
+    auto rs = query(u"select 'a' & Null as x, 'a' + Null as y, Null & Null as z from tblActors"_s);
+    EXPECT_EQ(rs->field(u"x").value(), vb::Variant(u"a"_s));
+    EXPECT_TRUE(rs->field(u"y").value().isNull());
+    EXPECT_TRUE(rs->field(u"z").value().isNull());
+    // The same on columns, where the engine may join texts natively.
+    db_->execute(u"INSERT INTO tblActors (fldActorCode, fldActorlName) VALUES ('N1', 'Nofirst')"_s);
+    rs = query(u"select fldActorlName & \", \" & fldActorfName as [Name], fldActorfName & "
+               "fldActorfName as [Twice], fldActorCode & 7 as [Code] from tblActors where "
+               "fldActorCode = 'N1'"_s);
+    EXPECT_EQ(rs->field(u"Name").value(), vb::Variant(u"Nofirst, "_s));
+    EXPECT_TRUE(rs->field(u"Twice").value().isNull());
+    EXPECT_EQ(rs->field(u"Code").value(), vb::Variant(u"N17"_s));
+}
+
+TEST_F(SiteDatabase, SelectIntoKeepsTypesAndSessionTablesArePrivate) {
+    db_->execute(u"SELECT tbltrans.fldtransregnum as [Register], fldTransTime, fldTransPrice INTO "
+                 "tblTemp3 FROM tblTrans WHERE fldtransregnum = 3"_s);
+    auto rs = query(u"select * from tblTemp3 order by fldTransTime"_s);
+    ASSERT_EQ(rs->recordCount(), 3u);
+    EXPECT_EQ(rs->field(u"fldTransTime").type(), rs::AdoType::Date);
+    EXPECT_EQ(rs->field(u"fldTransPrice").type(), rs::AdoType::Currency);
+    EXPECT_EQ(rs->field(u"fldTransTime").value(), vb::Variant::date(day(2003, 3, 28)));
+
+    auto other = SqliteDatabase::open(path_);
+    EXPECT_EQ(errorOf([&] { other->query(u"select * from tblTemp3"_s); }), 3078);
+    EXPECT_EQ(errorOf([&] { db_->execute(u"SELECT fldTransTime INTO tblTemp3 FROM tblTrans"_s); }),
+              3010);
+    db_->execute(u"DROP TABLE tblTemp3"_s);
+    EXPECT_EQ(errorOf([&] { db_->execute(u"DROP TABLE tblTemp3"_s); }), 3376);
+}
+
+TEST_F(SiteDatabase, CrosstabColumnsAreThePivotValuesInOrder) {
+    const QString text = u"TRANSFORM Count(tblTrans.idftransid) SELECT tbltrans.fldtransregnum as "
+                         "[Register] "_s +
+                         kJoin +
+                         u"GROUP BY tbltrans.fldtransregnum PIVOT lkpActions.fldActionCode"_s;
+    auto rs = query(text);
+    ASSERT_EQ(rs->fieldCount(), 3);
+    EXPECT_EQ(rs->field(1).name(), u"SALE");
+    EXPECT_EQ(rs->field(2).name(), u"VOID");
+    EXPECT_EQ(rs->recordCount(), 2u);
+    EXPECT_EQ(rs->field(u"SALE").value(), vb::Variant(1)); // register 3
+    EXPECT_TRUE(rs->field(u"VOID").isNull() == false);
+    rs->moveNext();
+    EXPECT_TRUE(rs->field(u"VOID").value().isNull()); // register 12 voided nothing
+
+    auto fixed = query(text + u" IN ('VOID', 'NONE')"_s);
+    ASSERT_EQ(fixed->fieldCount(), 3);
+    EXPECT_EQ(fixed->field(1).name(), u"VOID");
+    EXPECT_EQ(fixed->field(2).name(), u"NONE");
+}
+
+TEST_F(SiteDatabase, UnknownNamesAndBrokenTextFailInTheDialectsWords) {
+    EXPECT_EQ(errorOf([&] { query(u"select * from tblNope"_s); }), 3078);
+    EXPECT_EQ(errorOf([&] { query(u"select fldNope from tblTrans"_s); }), 3061);
+    EXPECT_EQ(errorOf([&] { query(u"select fldTransQty fldTransQty from tblTrans where"_s); }),
+              3075);
+    EXPECT_EQ(errorOf([&] { query(u"select nofunction(1) from tblTrans"_s); }), 3085);
+    EXPECT_EQ(errorOf([&] { query(u"select cint('abc') from tblTrans"_s); }), 13);
+}
+
+TEST_F(SiteDatabase, ATimeRangeUsesTheTimeIndex) {
+    const QString sql =
+        db_->translate(u"select * from tblTrans where tblTrans.fldTransTime between "
+                       "#2003/03/28 00:00:00# AND #2003/03/29 00:00:00#"_s);
+    sqlite3_stmt* stmt = nullptr;
+    const QByteArray plan = (u"EXPLAIN QUERY PLAN "_s + sql).toUtf8();
+    ASSERT_EQ(sqlite3_prepare_v2(db_->handle(), plan.constData(), -1, &stmt, nullptr), SQLITE_OK);
+    QString details;
+    while (sqlite3_step(stmt) == SQLITE_ROW)
+        details += QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 3)));
+    sqlite3_finalize(stmt);
+    EXPECT_TRUE(details.contains(u"USING INDEX ixTransTime")) << details.toStdString();
+}
+
+TEST_F(SiteDatabase, SavedSearchesAndTheLogRoundTrip) {
+    db_->execute(u"insert into tblPowerSearches (fldreporttitle, fldSearchType, fldModifier, "
+                 "fldNotAction, fldAbsVal, fldClerkCode, fldInterval , fldStart, fldEnd ) VALUES "
+                 "('Voids', 1, 0, 1, 0, 'ABC', 9, #3/23/2003 2:05:09 PM#, #3/30/2003#)"_s);
+    auto rs = query(u"select * from tblPowerSearches where ucase$(fldreporttitle) = 'VOIDS'"_s);
+    ASSERT_EQ(rs->recordCount(), 1u);
+    EXPECT_EQ(rs->field(u"fldNotAction").value(), vb::Variant(true));
+    EXPECT_EQ(vb::cstr(rs->field(u"fldStart").value()), u"3/23/2003 2:05:09 PM");
+    EXPECT_EQ(
+        db_->execute(u"Delete * from tblPowerSearches where ucase$(fldreporttitle) = 'VOIDS'"_s),
+        1);
+    db_->execute(u"INSERT INTO tblLog (fldLogTime, fldLogErrNumber, fldLogDesc) VALUES "
+                 "(#2003/03/28 14:05:09#, 13, 'Type mismatch')"_s);
+    rs = query(u"select * from tblLog"_s);
+    EXPECT_EQ(rs->field(u"fldLogErrNumber").value(), vb::Variant(13));
+}
