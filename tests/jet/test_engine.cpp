@@ -224,3 +224,57 @@ TEST_F(SiteDatabase, SavedSearchesAndTheLogRoundTrip) {
     rs = query(u"select * from tblLog"_s);
     EXPECT_EQ(rs->field(u"fldLogErrNumber").value(), vb::Variant(13));
 }
+
+TEST_F(SiteDatabase, EveryExpressionComesBackWithTheDialectsType) {
+    struct Case {
+        const char* expression;
+        rs::AdoType type;
+        vb::Variant value; // Empty: not checked
+    } cases[] = {
+        {"cdate('3/28/2003')", rs::AdoType::Date, vb::Variant::date(day(2003, 3, 28))},
+        {"format$(fldTransTime, 'yyyy')", rs::AdoType::VarWChar, vb::Variant(u"2003"_s)},
+        {"ucase$(fldTransDesc)", rs::AdoType::VarWChar, vb::Variant(u"CIGARETTES"_s)},
+        {"fldTransQty * 2", rs::AdoType::Double, vb::Variant(2.0)},
+        {"fldtransregnum + 1", rs::AdoType::Integer, vb::Variant(4)},
+        {"fldTransPrice * 2", rs::AdoType::Currency, vb::Variant(vb::Currency{105000})},
+        {"fldTransTime + 1", rs::AdoType::Date, vb::Variant::date(day(2003, 3, 29))},
+        {"fldTransTime - #2003/03/27#", rs::AdoType::Double, vb::Variant(1.0)},
+        {"'a' & 1", rs::AdoType::VarWChar, vb::Variant(u"a1"_s)},
+        {"fldtransregnum = 3", rs::AdoType::Boolean, vb::Variant(true)},
+        {"fldtransregnum = 4", rs::AdoType::Boolean, vb::Variant(false)},
+        {"year(fldTransTime)", rs::AdoType::SmallInt, vb::Variant(std::int16_t(2003))},
+        {"cint(2.5)", rs::AdoType::SmallInt, vb::Variant(std::int16_t(2))},
+        {"clng(3.5)", rs::AdoType::Integer, vb::Variant(4)},
+        {"ccur(1.23456)", rs::AdoType::Currency, vb::Variant(vb::Currency{12346})},
+        {"iif(fldtransregnum = 3, 'three', 'other')", rs::AdoType::VarWChar,
+         vb::Variant(u"three"_s)},
+        {"TRUE", rs::AdoType::Boolean, vb::Variant(true)},
+        {"7 \\ 2", rs::AdoType::Integer, vb::Variant(3)},
+        {"7 / 2", rs::AdoType::Double, vb::Variant(3.5)},
+        {"-7 Mod 3", rs::AdoType::Integer, vb::Variant(-1)},
+        {"2 ^ 10", rs::AdoType::Double, vb::Variant(1024.0)},
+        {"Not (fldtransregnum = 4)", rs::AdoType::Boolean, vb::Variant(true)},
+        {"len(fldTransDesc)", rs::AdoType::Integer, vb::Variant(10)},
+        {"abs(fldTransPrice)", rs::AdoType::Currency, vb::Variant(vb::Currency{52500})},
+        {"dateadd('m', 1, #2003/01/31#)", rs::AdoType::Date, vb::Variant::date(day(2003, 2, 28))},
+        {"weekday(fldTransTime)", rs::AdoType::SmallInt, vb::Variant(std::int16_t(6))},
+        {"Null", rs::AdoType::Variant, vb::Variant()},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.expression);
+        auto rs = query(u"select "_s + QString::fromUtf8(c.expression) +
+                        u" as [x] from tblTrans where idftransid = 1"_s);
+        ASSERT_EQ(rs->recordCount(), 1u);
+        EXPECT_EQ(rs->field(0).type(), c.type);
+        if (!c.value.isEmpty()) {
+            EXPECT_EQ(rs->field(0).value(), c.value);
+        }
+    }
+    auto rs = query(u"select count(*) as n, sum(fldTransPrice) as s, sum(fldTransQty) as q, "
+                    "avg(fldTransPrice) as a, min(fldTransTime) as first from tblTrans"_s);
+    EXPECT_EQ(rs->field(u"n").type(), rs::AdoType::Integer);
+    EXPECT_EQ(rs->field(u"s").type(), rs::AdoType::Currency);
+    EXPECT_EQ(rs->field(u"q").type(), rs::AdoType::Double);
+    EXPECT_EQ(rs->field(u"a").type(), rs::AdoType::Currency);
+    EXPECT_EQ(rs->field(u"first").value(), vb::Variant::date(day(2003, 3, 28)));
+}

@@ -1,0 +1,1 @@
+TRANSFORM Count(tblTrans.idftransid) SELECT tbltrans.fldtransregnum as [Register] From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID WHERE lkpactions.fldactioncritical = TRUE GROUP BY tbltrans.fldtransregnum PIVOT lkpActions.fldActionCode IN ('VOID', 'SALE')

@@ -1,0 +1,1 @@
+SELECT -2 ^ 2, 7 \ 2 Mod 3, 'a' & Null + 1, iif(x Is Null, 1, 2), Not a = b Or c Xor d Eqv e Imp f FROM t

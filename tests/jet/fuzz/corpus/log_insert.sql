@@ -1,0 +1,1 @@
+INSERT INTO tblLog (fldLogTime, fldLogErrNumber, fldLogDesc, fldLogSource, fldLogApp, fldLogModule, fldLogRoutine) VALUES (#2003/03/28 14:05:09#, 13, 'Type mismatch', 'Tillsight', 'Tillsight', 'frmPowerSearch', 'subRunPowerSearch')

@@ -1,0 +1,1 @@
+select min(fldtranstime), max(fldtranstime) from tbltrans

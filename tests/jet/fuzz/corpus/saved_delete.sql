@@ -1,0 +1,1 @@
+Delete * from tblPowerSearches where ucase$(fldreporttitle) = 'VOIDS'

@@ -1,0 +1,1 @@
+insert into tblPowerSearches (fldreporttitle, fldSearchType, flddescription, fldModifier, fldNotAction, fldAbsVal, fldprice, fldClerkCode, fldInterval , fldStart, fldEnd ) VALUES ('Voids', 0, 'CIG%', 1, 0, 1, 12.5, 'ABC', 9, #3/23/2003 2:05:09 PM#, #3/30/2003#)

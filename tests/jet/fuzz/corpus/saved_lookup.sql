@@ -1,0 +1,1 @@
+select * from tblPowerSearches where ucase$(fldreporttitle) = 'VOIDS'

@@ -1,0 +1,1 @@
+SELECT tbltrans.fldtransregnum as [Register], count(*) as [N] INTO tblTemp3 FROM tblTrans GROUP BY tbltrans.fldtransregnum

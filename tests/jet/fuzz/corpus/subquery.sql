@@ -1,0 +1,1 @@
+SELECT * FROM tblTrans WHERE fkyActorID IN (SELECT idfActorID FROM tblActors WHERE fldActorCode Like '[A-C]%') AND EXISTS (SELECT 1 FROM lkpActions)

@@ -1,0 +1,1 @@
+SELECT TOP 5 PERCENT fldTransDesc FROM tblTrans ORDER BY fldTransPrice DESC

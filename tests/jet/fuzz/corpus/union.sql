@@ -1,0 +1,1 @@
+SELECT fldActorCode FROM tblActors UNION ALL SELECT fldActionCode FROM lkpActions ORDER BY fldActorCode DESC

@@ -1,0 +1,1 @@
+UPDATE tblPowerSearches SET fldAbsVal = 1, fldStart = #1/1/2003# WHERE idfreports2id = 4
