@@ -140,8 +140,7 @@ QString handCrosstab(sqlite3* db) {
     while (sqlite3_step(stmt) == SQLITE_ROW) {
         const QString v =
             QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)));
-        cells << QStringLiteral("NULLIF(count(CASE WHEN a.fldActionCode = '%1' THEN 1 END), 0)")
-                     .arg(v);
+        cells << QStringLiteral("NULLIF(count(*) FILTER (WHERE a.fldActionCode = '%1'), 0)").arg(v);
     }
     sqlite3_finalize(stmt);
     const QString label =

@@ -305,7 +305,7 @@ QString SqliteGenerator::dateSplit(const Expr& e) const {
 
 QString SqliteGenerator::function(const Expr& e) const {
     const QString name = e.name.toLower();
-    if (e.star) return u"count(*)"_s;
+    if (e.star) return u"count(*)"_s + pivotFilter_;
     if (QString split = dateSplit(e); !split.isEmpty()) return split;
     if (name == u"iif"_s) {
         if (e.args.size() != 3) raise(err::MissingOperator, e.name);
@@ -314,16 +314,17 @@ QString SqliteGenerator::function(const Expr& e) const {
     }
     if (name == u"count"_s || name == u"sum"_s || name == u"avg"_s) {
         if (e.args.size() != 1) raise(err::MissingOperator, e.name);
-        return name + u'(' + value(*e.args[0]) + u')';
+        return name + u'(' + value(*e.args[0]) + u')' + pivotFilter_;
     }
     if (name == u"min"_s || name == u"max"_s) {
         if (e.args.size() != 1) raise(err::MissingOperator, e.name);
-        return name + u'(' + collated(*e.args[0]) + u')';
+        return name + u'(' + collated(*e.args[0]) + u')' + pivotFilter_;
     }
     QStringList args;
     for (const ExprPtr& a : e.args)
         args << argument(*a);
-    return u"jet_"_s + name + u'(' + args.join(u", "_s) + u')';
+    const QString call = u"jet_"_s + name + u'(' + args.join(u", "_s) + u')';
+    return isAggregateFunction(name) ? call + pivotFilter_ : call;
 }
 
 QString SqliteGenerator::tableRef(const TableRef& ref) const {
@@ -440,30 +441,51 @@ QString SqliteGenerator::pivotMatch(const Transform& t, const PivotColumn& colum
     return value(*t.pivot) + u" IN ("_s + literals.join(u", "_s) + u')';
 }
 
-QString SqliteGenerator::crosstabCell(const Transform& t, const PivotColumn& column) const {
-    const Expr& agg = *t.aggregate;
-    const QString match = pivotMatch(t, column);
-    const QString fn = agg.name.toLower();
-    if (fn == u"count"_s) {
-        // An empty cell is Null, even for a count. Counting rows (or a column that is never
-        // Null) the count itself tells whether the cell has rows.
-        const Expr* arg = agg.args.empty() ? nullptr : agg.args.front().get();
-        const ResolvedColumn* c = arg ? binding_.column(arg) : nullptr;
-        if (agg.star || !arg || (c && c->type.counter))
-            return u"NULLIF(count(CASE WHEN "_s + match + u" THEN 1 END), 0)"_s;
-        return u"(CASE WHEN count(CASE WHEN "_s + match + u" THEN 1 END) = 0 THEN NULL ELSE "_s +
-               u"count(CASE WHEN "_s + match + u" THEN "_s + value(*arg) + u" END) END)"_s;
+namespace {
+
+bool isCount(const Expr& e) {
+    return e.kind == ExprKind::Function && e.name.compare(u"count"_s, Qt::CaseInsensitive) == 0;
+}
+
+// Whether a crosstab value is Null by itself when its cell has no rows: aggregates other than
+// count are, and arithmetic keeps a Null.
+bool nullWhenEmpty(const Expr& e) {
+    switch (e.kind) {
+    case ExprKind::Literal:
+        return true;
+    case ExprKind::Function:
+        return isAggregateFunction(e.name) && !isCount(e);
+    case ExprKind::Unary:
+        return e.op != Op::Not && nullWhenEmpty(*e.args[0]);
+    case ExprKind::Binary:
+        return e.op != Op::Concat && !isLogical(e.op) && !isComparison(e.op) &&
+               nullWhenEmpty(*e.args[0]) && nullWhenEmpty(*e.args[1]);
+    default:
+        return false;
     }
-    if (agg.args.size() != 1) raise(err::MissingOperator, agg.name);
-    // Other aggregates of no rows are Null already.
-    const bool native = fn == u"sum"_s || fn == u"avg"_s || fn == u"min"_s || fn == u"max"_s;
-    return (native ? fn : u"jet_"_s + fn) + u"(CASE WHEN "_s + match + u" THEN "_s +
-           (native ? value(*agg.args[0]) : argument(*agg.args[0])) + u" END)"_s;
+}
+
+} // namespace
+
+QString SqliteGenerator::crosstabCell(const Transform& t, const PivotColumn& column) const {
+    const Expr& value = *t.aggregate;
+    pivotFilter_ = u" FILTER (WHERE "_s + pivotMatch(t, column) + u')';
+    const QString cell = this->value(value);
+    const QString rows = u"count(*)"_s + pivotFilter_;
+    pivotFilter_.clear();
+    // An empty cell is Null, even for a count. Counting rows (or a column that is never Null),
+    // the count itself tells whether the cell has rows.
+    if (isCount(value)) {
+        const Expr* arg = value.args.empty() ? nullptr : value.args.front().get();
+        const ResolvedColumn* c = arg ? binding_.column(arg) : nullptr;
+        if (value.star || !arg || (c && c->type.counter)) return u"NULLIF("_s + cell + u", 0)"_s;
+    }
+    if (nullWhenEmpty(value)) return cell;
+    return u"(CASE WHEN "_s + rows + u" = 0 THEN NULL ELSE "_s + cell + u" END)"_s;
 }
 
 QString SqliteGenerator::crosstab(const Transform& t,
                                   const std::vector<PivotColumn>& columns) const {
-    if (t.aggregate->kind != ExprKind::Function) raise(err::MissingOperator, t.aggregate->name);
     QStringList cells;
     for (const PivotColumn& column : columns)
         cells << crosstabCell(t, column) + u" AS "_s + quoted(column.name);

@@ -71,6 +71,8 @@ private:
 
     const Binding& binding_;
     const Catalog& catalog_;
+    // While a crosstab cell is written: the FILTER clause its aggregates take.
+    mutable QString pivotFilter_;
 };
 
 } // namespace jet
