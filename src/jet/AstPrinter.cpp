@@ -14,8 +14,16 @@ namespace {
 
 using namespace Qt::StringLiterals;
 
+// A negative number (the parser never makes one, but a tree built elsewhere may hold one) prints
+// with its sign, so it binds like a negation: (-2) ^ 2.
+bool isNegativeNumber(const vb::Variant& v) {
+    return v.isNumeric() && v.type() != vb::VarType::Boolean && std::signbit(v.toDouble());
+}
+
 Precedence precedenceOf(const Expr& e) {
     switch (e.kind) {
+    case ExprKind::Literal:
+        return isNegativeNumber(e.value) ? Precedence::Sign : Precedence::Primary;
     case ExprKind::Unary:
     case ExprKind::Binary:
         return spellingOf(e.op).precedence;

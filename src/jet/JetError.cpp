@@ -39,6 +39,10 @@ QString errorMessage(int number, const QString& subject) {
     case err::SelectSyntax:
         return QStringLiteral("The SELECT statement includes a reserved word or an argument name "
                               "that is misspelled or missing, or the punctuation is incorrect.");
+    case err::TextAfterEnd:
+        return QStringLiteral("Characters found after end of SQL statement.");
+    case err::TransformSyntax:
+        return QStringLiteral("Syntax error in TRANSFORM statement.");
     case err::DataTypeMismatch:
         return QStringLiteral("Data type mismatch in criteria expression.");
     case err::CreateTableSyntax:

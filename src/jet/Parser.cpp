@@ -172,7 +172,7 @@ private:
     template <typename Tree> void checkDepth(const Tree& tree) const;
     [[noreturn]] void failExpression(int errorIndex) const;
     QString expressionText(int errorIndex) const;
-    bool endsQuotedText(int index, int depth) const;
+    bool endsQuotedText(int index, bool atError, int depth) const;
     void countNode();
     ExprPtr newExpr(ExprKind kind);
     TableRefPtr newTableRef(TableRef::Kind kind);
@@ -330,7 +330,7 @@ QString Parser::expressionText(int errorIndex) const {
     int depth = 0;
     int last = -1;
     for (int i = first; tokenAt(i).kind != TokenKind::End; ++i) {
-        if (i > errorIndex && endsQuotedText(i, depth)) break;
+        if (i >= errorIndex && endsQuotedText(i, i == errorIndex, depth)) break;
         const Token& t = tokenAt(i);
         depth += t.isSymbol(u"(") ? 1 : t.isSymbol(u")") ? -1 : 0;
         last = i;
@@ -340,9 +340,12 @@ QString Parser::expressionText(int errorIndex) const {
     return text_.mid(from, tokenAt(last).end() - from);
 }
 
-bool Parser::endsQuotedText(int index, int depth) const {
+// A clause word where reading stopped cut the expression short (f(a, FROM t); after that point
+// the text runs on to the end of its clause at the expression's own level.
+bool Parser::endsQuotedText(int index, bool atError, int depth) const {
     const Token& t = tokenAt(index);
     if (t.isSymbol(u";")) return true;
+    if (atError) return atClauseWord(index);
     return depth <= 0 && (t.isSymbol(u",") || t.isSymbol(u")") || atClauseWord(index));
 }
 
@@ -380,7 +383,7 @@ Statement Parser::statement() {
     };
     static constexpr Kind kKinds[] = {
         {u"SELECT", err::SelectSyntax, &Parser::selectStatement},
-        {u"TRANSFORM", err::Syntax, &Parser::transform},
+        {u"TRANSFORM", err::TransformSyntax, &Parser::transform},
         {u"INSERT", err::InsertSyntax, &Parser::insert},
         {u"UPDATE", err::UpdateSyntax, &Parser::update},
         {u"DELETE", err::FromClause, &Parser::deleteStatement},
@@ -400,7 +403,7 @@ Statement Parser::statement() {
 
 // An optional ";" and nothing after it.
 void Parser::finish() {
-    if (acceptSymbol(u";") && peek().kind != TokenKind::End) raise(err::Syntax);
+    if (acceptSymbol(u";") && peek().kind != TokenKind::End) raise(err::TextAfterEnd);
     if (peek().kind != TokenKind::End) fail();
 }
 
@@ -552,6 +555,8 @@ Statement Parser::transform() {
     ++pos_;
     Transform t;
     t.aggregate = clauseExpression();
+    // The value columns take the names of the pivot values, so an alias here names nothing.
+    if (acceptWord(u"AS")) name();
     if (!atWord(u"SELECT")) fail();
     t.select = query(/*unions=*/false);
     expectWord(u"PIVOT");
