@@ -1,5 +1,6 @@
 #include "jet/Binder.h"
 
+#include "jet/AstPrinter.h"
 #include "jet/JetError.h"
 
 #include <QSet>
@@ -108,8 +109,8 @@ private:
         for (const TableRefPtr& ref : s.from)
             bindJoinConditions(*ref, scope);
 
-        std::vector<OutputColumn>& outputs = binding_.outputs_[&s];
-        outputs.clear();
+        // Built aside: binding a subquery in the list adds to the table of outputs.
+        std::vector<OutputColumn> outputs;
         for (const SelectItem& item : s.items)
             addOutputs(item, scope, outputs);
 
@@ -125,6 +126,73 @@ private:
             for (const OrderItem& o : s.orderBy)
                 bindExpr(*o.expr, orderScope);
         }
+        binding_.outputs_[&s] = std::move(outputs);
+        checkGrouping(s, ownsOrder);
+    }
+
+    // In a query that groups, everything shown must be an aggregate or made of what it groups by.
+    void checkGrouping(const Select& s, bool ownsOrder) const {
+        bool aggregates = !s.groupBy.empty() || (s.having && containsAggregate(*s.having));
+        for (const SelectItem& item : s.items)
+            aggregates = aggregates || containsAggregate(*item.expr);
+        if (!aggregates) return;
+        QStringList groupTexts;
+        for (const ExprPtr& g : s.groupBy)
+            groupTexts << printExpression(*g).toLower();
+        auto check = [&](const Expr& e) {
+            if (const Expr* bad = ungrouped(e, s, groupTexts))
+                raise(err::NotInAggregate, printExpression(*bad));
+        };
+        for (const SelectItem& item : s.items)
+            check(*item.expr);
+        if (s.having) check(*s.having);
+        if (ownsOrder)
+            for (const OrderItem& o : s.orderBy)
+                check(*o.expr);
+    }
+
+    static bool containsAggregate(const Expr& e) {
+        if (e.kind == ExprKind::Function && isAggregateFunction(e.name)) return true;
+        for (const ExprPtr& a : e.args)
+            if (containsAggregate(*a)) return true;
+        return false;
+    }
+
+    // The first part of e that is neither aggregated nor grouped by; null when there is none.
+    const Expr* ungrouped(const Expr& e, const Select& s, const QStringList& groupTexts) const {
+        switch (e.kind) {
+        case ExprKind::Literal:
+        case ExprKind::Exists:
+        case ExprKind::Subquery:
+            return nullptr;
+        case ExprKind::Function:
+            if (isAggregateFunction(e.name)) return nullptr;
+            break;
+        case ExprKind::Column:
+            if (sameColumnAsGroup(e, s)) return nullptr;
+            break;
+        case ExprKind::Star:
+            return &e;
+        default:
+            break;
+        }
+        if (groupTexts.contains(printExpression(e).toLower())) return nullptr;
+        if (e.kind == ExprKind::Column) return &e;
+        for (const ExprPtr& a : e.args)
+            if (const Expr* bad = ungrouped(*a, s, groupTexts)) return bad;
+        return nullptr;
+    }
+
+    bool sameColumnAsGroup(const Expr& e, const Select& s) const {
+        const ResolvedColumn* c = binding_.column(&e);
+        if (!c || c->outputAlias) return true;
+        for (const ExprPtr& g : s.groupBy) {
+            const ResolvedColumn* gc = binding_.column(g.get());
+            if (gc && gc->source.compare(c->source, Qt::CaseInsensitive) == 0 &&
+                gc->column.compare(c->column, Qt::CaseInsensitive) == 0)
+                return true;
+        }
+        return false;
     }
 
     void addSources(const TableRef& ref, Scope& scope) {

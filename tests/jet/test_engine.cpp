@@ -192,6 +192,25 @@ TEST_F(SiteDatabase, UnknownNamesAndBrokenTextFailInTheDialectsWords) {
               3075);
     EXPECT_EQ(errorOf([&] { query(u"select nofunction(1) from tblTrans"_s); }), 3085);
     EXPECT_EQ(errorOf([&] { query(u"select cint('abc') from tblTrans"_s); }), 13);
+    // What a grouping query shows must be grouped by or aggregated.
+    EXPECT_EQ(errorOf([&] { query(u"select fldtransregnum, count(*) from tblTrans"_s); }), 3122);
+    EXPECT_EQ(errorOf([&] {
+                  query(u"select fldTransDesc, count(*) from tblTrans group by fldtransregnum"_s);
+              }),
+              3122);
+    EXPECT_EQ(query(u"select tbltrans.fldtransregnum + 1 as r, count(*) from tblTrans group by "
+                    "fldtransregnum having count(*) > 1 order by fldtransregnum"_s)
+                  ->recordCount(),
+              2u);
+}
+
+TEST_F(SiteDatabase, SubqueriesAnswerInsideTheListAndTheCondition) {
+    auto rs = query(u"select (select max(fldTransPrice) from tblTrans) as m, fldActorCode from "
+                    "tblActors where idfActorID in (select fkyActorID from tblTrans where "
+                    "fldtransregnum = 12) order by fldActorCode"_s);
+    ASSERT_EQ(rs->recordCount(), 1u);
+    EXPECT_EQ(rs->field(u"fldActorCode").value(), vb::Variant(u"xyz"_s));
+    EXPECT_EQ(rs->field(u"m").value(), vb::Variant(vb::Currency{90000}));
 }
 
 TEST_F(SiteDatabase, ATimeRangeUsesTheTimeIndex) {
