@@ -17,7 +17,7 @@ QString errorMessage(int number, const QString& subject) {
                               "Make sure it exists and that its name is spelled correctly.")
             .arg(subject);
     case err::AmbiguousField:
-        return QStringLiteral("The specified field '%1' could refer to more than one table listed "
+        return QStringLiteral("The field '%1' could refer to more than one table listed "
                               "in the FROM clause of your SQL statement.")
             .arg(subject);
     case err::UnknownInsertField:
@@ -27,7 +27,7 @@ QString errorMessage(int number, const QString& subject) {
     case err::UndefinedFunction:
         return QStringLiteral("Undefined function '%1' in expression.").arg(subject);
     case err::NotInAggregate:
-        return QStringLiteral("You tried to execute a query that does not include the specified "
+        return QStringLiteral("You tried to execute a query that does not include the "
                               "expression '%1' as part of an aggregate function.")
             .arg(subject);
     case err::FromClause:
