@@ -167,10 +167,25 @@ struct CreateTable {
     std::vector<ColumnDef> columns;
 };
 
+struct IndexColumn {
+    QString name;
+    bool descending = false;
+};
+
+// CREATE [UNIQUE] INDEX name ON table (col [ASC|DESC], ...) [WITH PRIMARY | DISALLOW NULL |
+// IGNORE NULL]
+struct CreateIndex {
+    QString name;
+    QString table;
+    std::vector<IndexColumn> columns;
+    bool unique = false;
+};
+
 struct DropTable {
     QString name;
 };
 
-using Statement = std::variant<Select, Transform, Insert, Update, Delete, CreateTable, DropTable>;
+using Statement =
+    std::variant<Select, Transform, Insert, Update, Delete, CreateTable, CreateIndex, DropTable>;
 
 } // namespace jet

@@ -101,6 +101,7 @@ public:
     QString operator()(const Update& u) const;
     QString operator()(const Delete& d) const;
     QString operator()(const CreateTable& c) const;
+    QString operator()(const CreateIndex& c) const;
     QString operator()(const DropTable& d) const { return u"DROP TABLE "_s + nameText(d.name); }
 
     QString expr(const Expr& e) const;
@@ -301,6 +302,14 @@ QString Printer::operator()(const CreateTable& c) const {
         columns << text;
     }
     return u"CREATE TABLE "_s + nameText(c.name) + u" ("_s + columns.join(u", "_s) + u')';
+}
+
+QString Printer::operator()(const CreateIndex& c) const {
+    QStringList columns;
+    for (const IndexColumn& column : c.columns)
+        columns << nameText(column.name) + (column.descending ? u" DESC"_s : QString());
+    return (c.unique ? u"CREATE UNIQUE INDEX "_s : u"CREATE INDEX "_s) + nameText(c.name) +
+           u" ON "_s + nameText(c.table) + u" ("_s + columns.join(u", "_s) + u')';
 }
 
 } // namespace

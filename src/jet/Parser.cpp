@@ -89,6 +89,7 @@ private:
     }
     void addRoots(const Delete& d) { add(d.where.get(), 1, nullptr); }
     void addRoots(const CreateTable&) {}
+    void addRoots(const CreateIndex&) {}
     void addRoots(const DropTable&) {}
 
     void addChildren(const Expr& e, int depth, const Expr* outer) {
@@ -185,6 +186,7 @@ private:
     Statement update();
     Statement deleteStatement();
     Statement createTable();
+    Statement createIndex();
     Statement dropTable();
     void finish();
     std::unique_ptr<Select> query(bool unions = true);
@@ -637,6 +639,7 @@ Statement Parser::deleteStatement() {
 
 Statement Parser::createTable() {
     ++pos_;
+    if (atWord(u"UNIQUE") || atWord(u"INDEX")) return createIndex();
     expectWord(u"TABLE");
     CreateTable c;
     c.name = name();
@@ -677,6 +680,35 @@ ColumnDef Parser::columnDefinition() {
             return def;
         }
     }
+}
+
+Statement Parser::createIndex() {
+    CreateIndex c;
+    c.unique = acceptWord(u"UNIQUE");
+    expectWord(u"INDEX");
+    c.name = name();
+    expectWord(u"ON");
+    c.table = name();
+    expectSymbol(u"(");
+    do {
+        IndexColumn column{name(), false};
+        if (acceptWord(u"DESC"))
+            column.descending = true;
+        else
+            acceptWord(u"ASC");
+        c.columns.push_back(column);
+    } while (acceptSymbol(u","));
+    expectSymbol(u")");
+    // The options say how the index treats Nulls and keys; SQLite's index needs none of them.
+    if (acceptWord(u"WITH")) {
+        if (acceptWord(u"PRIMARY")) {
+        } else if (acceptWord(u"DISALLOW") || acceptWord(u"IGNORE")) {
+            expectWord(u"NULL");
+        } else {
+            fail();
+        }
+    }
+    return c;
 }
 
 Statement Parser::dropTable() {

@@ -108,7 +108,8 @@ pivotColumns(sqlite3* db, const SqliteGenerator& generator, const Transform& t, 
 }
 
 bool changesSchema(const jet::Statement& s) {
-    return std::holds_alternative<CreateTable>(s) || std::holds_alternative<DropTable>(s) ||
+    return std::holds_alternative<CreateTable>(s) || std::holds_alternative<CreateIndex>(s) ||
+           std::holds_alternative<DropTable>(s) ||
            (std::holds_alternative<Select>(s) && !std::get<Select>(s).into.isEmpty());
 }
 

@@ -595,6 +595,18 @@ QStringList SqliteGenerator::commands(const Statement& statement) const {
                     columns << def;
                 }
                 return {createTable(s.name, columns)};
+            } else if constexpr (std::is_same_v<T, CreateIndex>) {
+                const CatalogTable* table = catalog_.table(s.table);
+                if (!table) raise(err::NoInputTable, s.table);
+                QStringList columns;
+                for (const IndexColumn& c : s.columns) {
+                    const CatalogColumn* column = table->column(c.name);
+                    if (!column) raise(err::TooFewParameters, c.name);
+                    columns << quoted(column->name) + (c.descending ? u" DESC"_s : QString());
+                }
+                return {(s.unique ? u"CREATE UNIQUE INDEX "_s : u"CREATE INDEX "_s) +
+                        quoted(s.name) + u" ON "_s + quoted(table->name) + u" ("_s +
+                        columns.join(u", "_s) + u')'};
             } else if constexpr (std::is_same_v<T, DropTable>) {
                 const CatalogTable* table = catalog_.table(s.name);
                 if (!table) raise(err::NoSuchTable, s.name);

@@ -31,9 +31,7 @@ protected:
         path_ = dir_.filePath(u"site.tsite"_s);
         db_ = SqliteDatabase::open(path_, true);
         db_->executeScript(readText(QStringLiteral(TILLSIGHT_SCHEMA)));
-        ASSERT_EQ(sqlite3_exec(db_->handle(), "CREATE INDEX ixTransTime ON tblTrans (fldTransTime)",
-                               nullptr, nullptr, nullptr),
-                  SQLITE_OK);
+        db_->execute(u"CREATE INDEX ixTransTime ON tblTrans (fldTransTime)"_s);
         db_->executeScript(uR"(
 INSERT INTO tblActors (fldActorCode, fldActorlName, fldActorfName) VALUES ("ABC", 'Smith', 'Ann')
 --
