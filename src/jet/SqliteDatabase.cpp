@@ -10,6 +10,8 @@
 
 #include <sqlite3.h>
 
+using namespace Qt::Literals::StringLiterals;
+
 namespace jet {
 
 namespace {
@@ -55,8 +57,21 @@ struct ResultColumn {
     ColumnType type;
 };
 
+long long countRows(sqlite3* db, const QString& sql) {
+    SqlStatement count(db, u"SELECT count(*) FROM ("_s + sql + u')');
+    return count.step() ? sqlite3_column_int64(count.get(), 0) : 0;
+}
+
 std::shared_ptr<rs::Recordset> readRows(sqlite3* db, const QString& sql,
-                                        const std::vector<ResultColumn>& columns) {
+                                        const std::vector<ResultColumn>& columns,
+                                        const SqliteDatabase::ReadProgress& progress) {
+    const long long total = progress ? countRows(db, sql) : 0;
+    long long read = 0;
+    int told = -1;
+    auto tell = [&](int percent) {
+        if (percent != told) progress(told = percent);
+    };
+    if (progress) tell(0);
     SqlStatement stmt(db, sql);
     rs::RecordsetBuilder builder;
     std::vector<vb::VarType> kinds;
@@ -69,7 +84,9 @@ std::shared_ptr<rs::Recordset> readRows(sqlite3* db, const QString& sql,
         for (std::size_t i = 0; i < columns.size(); ++i)
             row[i] = variantFromColumn(stmt.get(), static_cast<int>(i), kinds[i]);
         builder.appendRow(row);
+        if (progress && total > 0) tell(static_cast<int>(++read * 100 / total));
     }
+    if (progress) tell(100);
     return builder.finish();
 }
 
@@ -156,7 +173,8 @@ const Catalog& SqliteDatabase::catalog() {
 }
 
 std::shared_ptr<rs::Recordset> SqliteDatabase::run(const jet::Statement& statement,
-                                                   long long* changed) {
+                                                   long long* changed,
+                                                   const ReadProgress& progress) {
     const Catalog& cat = catalog();
     const Binding binding = bindStatement(statement, cat);
     const SqliteGenerator generator(binding, cat);
@@ -167,10 +185,10 @@ std::shared_ptr<rs::Recordset> SqliteDatabase::run(const jet::Statement& stateme
         const SqlType cellType = binding.typeOf(t->aggregate.get());
         for (const SqliteGenerator::PivotColumn& p : pivots)
             columns.push_back({p.name, ColumnType{cellType, 0, false}});
-        return readRows(db_, generator.crosstab(*t, pivots), columns);
+        return readRows(db_, generator.crosstab(*t, pivots), columns, progress);
     }
     if (const auto* s = std::get_if<Select>(&statement); s && s->into.isEmpty())
-        return readRows(db_, generator.select(*s), resultColumns(binding.outputs(s)));
+        return readRows(db_, generator.select(*s), resultColumns(binding.outputs(s)), progress);
     const QStringList commands = generator.commands(statement);
     long long total = 0;
     for (const QString& sql : commands) {
@@ -184,8 +202,9 @@ std::shared_ptr<rs::Recordset> SqliteDatabase::run(const jet::Statement& stateme
     return emptyResult();
 }
 
-std::shared_ptr<rs::Recordset> SqliteDatabase::query(const QString& dialectText) {
-    return run(parseStatement(dialectText), nullptr);
+std::shared_ptr<rs::Recordset> SqliteDatabase::query(const QString& dialectText,
+                                                     const ReadProgress& progress) {
+    return run(parseStatement(dialectText), nullptr, progress);
 }
 
 long long SqliteDatabase::execute(const QString& dialectText) {

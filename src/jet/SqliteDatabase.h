@@ -9,6 +9,7 @@
 #include "recordset/Recordset.h"
 
 #include <QString>
+#include <functional>
 #include <memory>
 
 struct sqlite3;
@@ -25,9 +26,14 @@ public:
     SqliteDatabase(const SqliteDatabase&) = delete;
     SqliteDatabase& operator=(const SqliteDatabase&) = delete;
 
+    // Told the share of the rows read so far, 0 to 100, while a result is read.
+    using ReadProgress = std::function<void(int percent)>;
+
     // A statement that returns rows (SELECT, TRANSFORM), as a complete result set on its first
-    // row; a statement with effects runs and gives an empty result set.
-    std::shared_ptr<rs::Recordset> query(const QString& dialectText);
+    // row; a statement with effects runs and gives an empty result set. With `progress`, the
+    // rows are counted first so that the share read is real.
+    std::shared_ptr<rs::Recordset> query(const QString& dialectText,
+                                         const ReadProgress& progress = {});
     // A statement with effects; the number of rows it changed.
     long long execute(const QString& dialectText);
     // Runs every statement of a script: entries separated by lines holding only "--"; lines
@@ -43,7 +49,8 @@ public:
 private:
     explicit SqliteDatabase(sqlite3* db);
     const Catalog& catalog();
-    std::shared_ptr<rs::Recordset> run(const Statement& statement, long long* changed);
+    std::shared_ptr<rs::Recordset> run(const Statement& statement, long long* changed,
+                                       const ReadProgress& progress = {});
 
     sqlite3* db_;
     Catalog catalog_;

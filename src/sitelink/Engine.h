@@ -1,0 +1,43 @@
+#pragma once
+
+// What the link asks of the database behind a site. Engines run on the link's worker thread, one
+// call at a time; every failure is raised as vb::VbError (the dialect's numbers, or the engine's
+// own text) for the link to report.
+
+#include "recordset/Recordset.h"
+
+#include <QString>
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+namespace sitelink {
+
+struct ConnectParams {
+    QString address; // a site file's path, or host, role@host or role@host/database
+    int port = 0;
+    QString password;
+};
+
+using ReadProgress = std::function<void(int percent)>;
+
+class Engine {
+public:
+    virtual ~Engine() = default;
+    // Names the site and the engine, for the status line.
+    virtual QString serverName() const = 0;
+    // This connection's number among those open on the site at the same time.
+    virtual std::int16_t sessionIndex() const = 0;
+    virtual std::shared_ptr<rs::Recordset> openRecordset(const QString& text,
+                                                         const ReadProgress& progress) = 0;
+    // Runs an action query; the number of rows it changed.
+    virtual long long execute(const QString& text) = 0;
+};
+
+// Whether an address names a site file (and so the embedded engine) rather than a server.
+bool isSiteFileAddress(const QString& address);
+
+// Opens the engine an address calls for. Raises when the site cannot be reached.
+std::unique_ptr<Engine> openEngine(const ConnectParams& params);
+
+} // namespace sitelink

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "jet/SqliteDatabase.h"
+#include "sitelink/Engine.h"
+#include "sitelink/SessionRegistry.h"
+
+namespace sitelink {
+
+// A site file, through the dialect engine. It never creates a file: a missing, unreadable or
+// corrupt one is refused at open with a message that says which.
+class SqliteEngine : public Engine {
+public:
+    static std::unique_ptr<SqliteEngine> open(const QString& path);
+
+    QString serverName() const override { return serverName_; }
+    std::int16_t sessionIndex() const override { return lease_.index(); }
+    std::shared_ptr<rs::Recordset> openRecordset(const QString& text,
+                                                 const ReadProgress& progress) override;
+    long long execute(const QString& text) override;
+
+private:
+    SqliteEngine(std::unique_ptr<jet::SqliteDatabase> db, SessionLease lease, QString serverName)
+        : db_(std::move(db)), lease_(std::move(lease)), serverName_(std::move(serverName)) {}
+
+    std::unique_ptr<jet::SqliteDatabase> db_;
+    SessionLease lease_;
+    QString serverName_;
+};
+
+} // namespace sitelink
