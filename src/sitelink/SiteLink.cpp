@@ -1,0 +1,182 @@
+#include "sitelink/SiteLink.h"
+
+#include "vb/VbError.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QPointer>
+#include <QThread>
+#include <exception>
+
+namespace sitelink {
+
+namespace {
+
+constexpr int kWatchIntervalMs = 1000;
+constexpr int kNotConnected = 3704; // the data-access layer's "operation not allowed when closed"
+
+} // namespace
+
+QString SiteLink::errorSource() {
+    return QStringLiteral("TillsightLink");
+}
+
+SiteLink::SiteLink(QObject* parent) : QObject(parent) {
+    thread_ = new QThread(this);
+    thread_->setObjectName(QStringLiteral("site link"));
+    worker_ = new QObject;
+    worker_->moveToThread(thread_);
+    connect(thread_, &QThread::finished, worker_, &QObject::deleteLater);
+    thread_->start();
+    watch_.setInterval(kWatchIntervalMs);
+    connect(&watch_, &QTimer::timeout, this, &SiteLink::checkSiteStillThere);
+}
+
+SiteLink::~SiteLink() {
+    // The engine belongs to the worker: close it there, quietly, before the thread ends.
+    if (engine_) runOnWorker([this] { engine_.reset(); });
+    thread_->quit();
+    thread_->wait();
+}
+
+std::optional<SiteLink::Failure> SiteLink::runOnWorker(const std::function<void()>& job) {
+    QEventLoop loop;
+    std::optional<Failure> failure;
+    bool done = false;
+    QPointer<QEventLoop> waiting(&loop);
+    QMetaObject::invokeMethod(worker_, [&, waiting] {
+        try {
+            job();
+        } catch (const vb::VbError& e) {
+            failure = Failure{e.number(), e.description()};
+        } catch (const std::exception& e) {
+            failure = Failure{-1, QString::fromLocal8Bit(e.what())};
+        }
+        QMetaObject::invokeMethod(
+            this,
+            [&done, waiting] {
+                done = true;
+                if (waiting) waiting->quit();
+            },
+            Qt::QueuedConnection);
+    });
+    if (!done) loop.exec(QEventLoop::ExcludeUserInputEvents);
+    return failure;
+}
+
+void SiteLink::setProgress(int percent) {
+    if (percent == progress_) return;
+    progress_ = static_cast<std::int16_t>(percent);
+    emit ProgressChanged();
+}
+
+void SiteLink::reportFailure(const Failure& failure) {
+    emit StatusChanged(QStringLiteral("Error %1").arg(failure.number));
+    emit LinkError(errorSource(), failure.number, failure.description);
+}
+
+bool SiteLink::requireConnection() {
+    if (engine_) return true;
+    reportFailure({kNotConnected, QStringLiteral("The link is not connected to a site.")});
+    return false;
+}
+
+void SiteLink::Connect() {
+    if (engine_) {
+        reportFailure({kNotConnected,
+                       QStringLiteral("The link is already connected to %1.").arg(serverName_)});
+        return;
+    }
+    emit StatusChanged(QStringLiteral("Connecting to %1").arg(params_.address));
+    QElapsedTimer timer;
+    timer.start();
+    const ConnectParams params = params_;
+    std::unique_ptr<Engine> opened;
+    QString name;
+    std::int16_t session = 0;
+    const auto failure = runOnWorker([&] {
+        opened = openEngine(params);
+        name = opened->serverName();
+        session = opened->sessionIndex();
+    });
+    emit OperationTimed(static_cast<int>(timer.elapsed()));
+    if (failure) {
+        reportFailure(*failure);
+        return;
+    }
+    engine_ = std::move(opened);
+    serverName_ = name;
+    sessionIndex_ = session;
+    if (isSiteFileAddress(params_.address)) watch_.start();
+    emit StatusChanged(QStringLiteral("Connected"));
+    emit Connected();
+}
+
+void SiteLink::dropEngine() {
+    watch_.stop();
+    if (engine_) runOnWorker([this] { engine_.reset(); });
+    serverName_.clear();
+    sessionIndex_ = 0;
+    setProgress(0);
+}
+
+void SiteLink::Disconnect() {
+    if (!engine_) return;
+    dropEngine();
+    emit StatusChanged(QStringLiteral("Disconnected"));
+    emit Disconnected();
+}
+
+void SiteLink::checkSiteStillThere() {
+    if (!engine_ || QFileInfo::exists(params_.address)) return;
+    dropEngine();
+    reportFailure(
+        {kNotConnected, QStringLiteral("The site file %1 is gone.").arg(params_.address)});
+    emit Disconnected();
+}
+
+std::shared_ptr<rs::Recordset> SiteLink::OpenRecordset(const QString& queryText,
+                                                       const QString& progressCaption) {
+    if (!requireConnection()) return nullptr;
+    emit StatusChanged(progressCaption.isEmpty() ? QStringLiteral("Running query")
+                                                 : progressCaption);
+    QElapsedTimer timer;
+    timer.start();
+    std::shared_ptr<rs::Recordset> result;
+    QPointer<SiteLink> self(this);
+    const auto failure = runOnWorker([&] {
+        result = engine_->openRecordset(queryText, [self](int percent) {
+            QMetaObject::invokeMethod(
+                self,
+                [self, percent] {
+                    if (self) self->setProgress(percent);
+                },
+                Qt::QueuedConnection);
+        });
+    });
+    emit OperationTimed(static_cast<int>(timer.elapsed()));
+    setProgress(0);
+    if (failure) {
+        reportFailure(*failure);
+        return nullptr;
+    }
+    emit StatusChanged(QStringLiteral("Ready"));
+    return result;
+}
+
+void SiteLink::Execute(const QString& queryText) {
+    if (!requireConnection()) return;
+    emit StatusChanged(QStringLiteral("Running command"));
+    QElapsedTimer timer;
+    timer.start();
+    const auto failure = runOnWorker([&] { engine_->execute(queryText); });
+    emit OperationTimed(static_cast<int>(timer.elapsed()));
+    if (failure) {
+        reportFailure(*failure);
+        return;
+    }
+    emit StatusChanged(QStringLiteral("Ready"));
+}
+
+} // namespace sitelink

@@ -1,0 +1,83 @@
+#pragma once
+
+// The remote data link: the one control through which the client reaches a site. Members and
+// events keep the names the client's code uses. Engine work runs on a worker thread while the
+// calling thread waits in a local event loop, so progress and status events keep arriving during
+// a call; Connected is delivered before Connect returns, and OpenRecordset returns only the
+// complete set, or nullptr after reporting the failure through LinkError. Nothing is thrown.
+
+#include "recordset/Recordset.h"
+#include "sitelink/Engine.h"
+
+#include <QObject>
+#include <QString>
+#include <QTimer>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class QThread;
+
+namespace sitelink {
+
+class SiteLink : public QObject {
+    Q_OBJECT
+
+public:
+    explicit SiteLink(QObject* parent = nullptr);
+    ~SiteLink() override;
+
+    QString RemoteAddress() const { return params_.address; }
+    void setRemoteAddress(const QString& address) { params_.address = address; }
+    int RemotePort() const { return params_.port; }
+    void setRemotePort(int port) { params_.port = port; }
+    QString Password() const { return params_.password; }
+    void setPassword(const QString& password) { params_.password = password; }
+    std::int16_t Progress() const { return progress_; }
+    std::int16_t SessionIndex() const { return sessionIndex_; }
+    QString ServerName() const { return serverName_; }
+    bool isConnected() const { return engine_ != nullptr; }
+
+    void Connect();
+    void Disconnect();
+    std::shared_ptr<rs::Recordset> OpenRecordset(const QString& queryText,
+                                                 const QString& progressCaption = QString());
+    void Execute(const QString& queryText);
+
+    // The source named in LinkError.
+    static QString errorSource();
+
+signals:
+    void ProgressChanged();
+    void Disconnected();
+    void LinkError(const QString& source, int number, const QString& description);
+    void OperationTimed(int milliseconds);
+    void StatusChanged(const QString& text);
+    void Connected();
+
+private:
+    struct Failure {
+        int number = 0;
+        QString description;
+    };
+    // Runs `job` on the worker thread and waits for it, letting events through meanwhile.
+    // Returns the failure the job raised, if any.
+    std::optional<Failure> runOnWorker(const std::function<void()>& job);
+    void setProgress(int percent);
+    void reportFailure(const Failure& failure);
+    void dropEngine();
+    void checkSiteStillThere();
+    bool requireConnection();
+
+    ConnectParams params_;
+    std::unique_ptr<Engine> engine_; // used on the worker thread only
+    QThread* thread_ = nullptr;
+    QObject* worker_ = nullptr; // lives on thread_
+    QTimer watch_;
+    QString serverName_;
+    std::int16_t sessionIndex_ = 0;
+    std::int16_t progress_ = 0;
+};
+
+} // namespace sitelink
