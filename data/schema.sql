@@ -15,3 +15,13 @@ CREATE TABLE tblPowerSearches (idfReports2ID COUNTER PRIMARY KEY, fldreporttitle
 CREATE TABLE tblfixedreports (idfFixedReportID LONG PRIMARY KEY, fldReportTitle TEXT(100), fldSQL MEMO, fldCommand YESNO, fldsubquery LONG, fldIssubquery YESNO, fldCategory TEXT(50), fldGroupFirstN SHORT)
 --
 CREATE TABLE tblLog (fldLogTime DATETIME, fldLogErrNumber LONG, fldLogDesc MEMO, fldLogSource TEXT(255), fldLogApp TEXT(100), fldLogModule TEXT(100), fldLogRoutine TEXT(100))
+--
+-- Every report narrows by time first, then joins the clerk and action rows; the register index
+-- serves the register criterion and the per-register reports.
+CREATE INDEX idxTransTime ON tblTrans (fldTransTime)
+--
+CREATE INDEX idxTransAction ON tblTrans (fkyActionID)
+--
+CREATE INDEX idxTransActor ON tblTrans (fkyActorID)
+--
+CREATE INDEX idxTransRegister ON tblTrans (fldtransregnum)
