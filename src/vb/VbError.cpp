@@ -11,10 +11,14 @@ QString errorMessage(int number) {
         return QStringLiteral("Invalid procedure call or argument");
     case err::Overflow:
         return QStringLiteral("Overflow");
+    case err::SubscriptOutOfRange:
+        return QStringLiteral("Subscript out of range");
     case err::DivisionByZero:
         return QStringLiteral("Division by zero");
     case err::TypeMismatch:
         return QStringLiteral("Type mismatch");
+    case err::PathFileAccessError:
+        return QStringLiteral("Path/File access error");
     case err::InvalidUseOfNull:
         return QStringLiteral("Invalid use of Null");
     default:

@@ -21,8 +21,10 @@ private:
 namespace err {
 constexpr int InvalidProcedureCall = 5;
 constexpr int Overflow = 6;
+constexpr int SubscriptOutOfRange = 9;
 constexpr int DivisionByZero = 11;
 constexpr int TypeMismatch = 13;
+constexpr int PathFileAccessError = 75;
 constexpr int InvalidUseOfNull = 94;
 } // namespace err
 
