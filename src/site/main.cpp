@@ -2,6 +2,8 @@
 // them. Exit status 0 on success, 1 when the work failed (with "Error N: message"), 2 when the
 // command line was wrong.
 
+#include "client/settings/SettingsPath.h"
+#include "client/settings/modSites.h"
 #include "jet/Parser.h"
 #include "site/DemoData.h"
 #include "site/QueryOutput.h"
@@ -38,6 +40,7 @@ Commands:
   init PATH            create a site file with every table, index and report template
   demo PATH            fill a site file with deterministic demo transactions
   query PATH "TEXT"    run dialect query text and print its columns and rows
+  add-site PATH        add the site to the Tillsight client's list of sites
   help [COMMAND]       show this text, or a command's
 
 Run "tillsight-site COMMAND --help" for a command's options.
@@ -63,6 +66,15 @@ same rows.
   --end DATE       the last day, as yyyy-mm-dd or "today" (default 2003-03-28)
   --replace        write over demo data the site already holds
   --quiet          print nothing on success
+)"_s},
+    {u"add-site"_s, uR"(Usage: tillsight-site add-site PATH --client PROGRAM [--name NAME]
+
+Adds the site file PATH under NAME (default "Demo Store") to the site list of the Tillsight
+client PROGRAM, in the settings file that program reads. The other sites stay as they are; a
+site of that name already listed keeps its place and takes the new path.
+
+  --client PROGRAM    the client's executable
+  --name NAME         the name the client lists the site under
 )"_s},
     {u"query"_s, uR"(Usage: tillsight-site query PATH [--tsv] "TEXT"
 
@@ -191,6 +203,28 @@ int runQuery(const Arguments& args) {
     return 0;
 }
 
+int runAddSite(const Arguments& args) {
+    const QString path = QFileInfo(onlyPath(args, 1)).absoluteFilePath();
+    if (!args.values.contains(u"--client"_s)) throw UsageError{u"--client is needed"_s};
+    const QString name = args.values.value(u"--name"_s, u"Demo Store"_s);
+    site::openExistingSite(path); // only a real site goes on the list
+    const QString file =
+        settings::settingsFilePath(QFileInfo(args.values[u"--client"_s]).absoluteFilePath(),
+                                   settings::folderIsWritable, settings::userConfigHome());
+    const settings::SettingsFileOverride use(file);
+    settings::setFailureLog([](const vb::VbError& e, const QString&, const QString&) { throw e; });
+    settings::subLoadSites();
+    const int index = settings::fncFindSite(name);
+    if (index >= 0)
+        settings::gSites[static_cast<std::size_t>(index)].Address = path;
+    else
+        settings::fncAddSite(name, path, false, 0, QString());
+    settings::subSaveSites();
+    out() << (index >= 0 ? "Updated" : "Added") << " the site \"" << name << "\" in " << file
+          << '\n';
+    return 0;
+}
+
 int showHelp(const QString& command) {
     out() << kHelp.value(command, kHelp[QString()]);
     return 0;
@@ -210,6 +244,10 @@ int run(QStringList args) {
             {u"--days"_s, u"--seed"_s, u"--registers"_s, u"--clerks"_s, u"--per-day"_s, u"--end"_s},
             {u"--replace"_s, u"--quiet"_s});
         return parsed.help ? showHelp(command) : runDemo(parsed);
+    }
+    if (command == u"add-site") {
+        const Arguments parsed = parse(args, {u"--client"_s, u"--name"_s}, {});
+        return parsed.help ? showHelp(command) : runAddSite(parsed);
     }
     if (command == u"query") {
         const Arguments parsed = parse(args, {}, {u"--tsv"_s});

@@ -276,3 +276,28 @@ TEST_F(SiteTool, TheCommandLineHelpsReportsErrorsByNumberAndNeverMakesAFileByAcc
     run = tool({u"query"_s, path(), u"delete * from tblLog"_s});
     EXPECT_EQ(run.out, u"0 rows changed\n"_s);
 }
+
+TEST_F(SiteTool, AddSiteListsTheSiteForTheClientAndKeepsTheUsersOwn) {
+    ASSERT_EQ(tool({u"init"_s, path()}).status, 0);
+    // A client copied into the folder reads the settings file beside it.
+    const QString client = path(u"tillsight"_s);
+    writeFile(client, "#!/bin/sh\n");
+    writeFile(path(u"tillsight.ini"_s), "[Sites]\r\nHome\r\n[Home]\r\n10.0.0.1\r\n0\r\n5000\r\n"
+                                        "[DVR]\r\nMethod=1\r\n");
+    for (int run = 0; run < 2; ++run) {
+        const ToolRun added = tool({u"add-site"_s, path(), u"--client"_s, client});
+        EXPECT_EQ(added.status, 0) << added.err.toStdString();
+    }
+    const QString ini = QString::fromUtf8(readFile(path(u"tillsight.ini"_s)));
+    EXPECT_TRUE(ini.contains(u"[Sites]\r\nHome\r\nDemo Store\r\n"_s)) << ini.toStdString();
+    EXPECT_TRUE(ini.contains(u"[Home]\r\n10.0.0.1\r\n0\r\n5000\r\n"_s)) << ini.toStdString();
+    EXPECT_TRUE(ini.contains(u"[Demo Store]\r\n"_s + path() + u"\r\n0\r\n0\r\n"_s));
+    EXPECT_TRUE(ini.contains(u"[DVR]\r\nMethod=1\r\n"_s));
+    EXPECT_EQ(ini.count(u"Demo Store"_s), 2);
+
+    // Only a real site goes on the list.
+    const ToolRun missing =
+        tool({u"add-site"_s, path(u"none.tsite"_s), u"--client"_s, client, u"--name"_s, u"X"_s});
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_FALSE(QString::fromUtf8(readFile(path(u"tillsight.ini"_s))).contains(u"[X]"_s));
+}
