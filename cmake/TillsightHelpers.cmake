@@ -35,9 +35,12 @@ function(tillsight_add_test name)
   if(ARG_NEEDS_GL)
     set(label gl)
   endif()
+  # The environment reaches the test through `env`, which the discovery runs too: a list given as
+  # the ENVIRONMENT property would lose every entry after the first on its way through discovery.
+  set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "env;${env}")
   # Discovery runs at test time so that a GL test binary is never started without a display.
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-    PROPERTIES ENVIRONMENT "${env}" LABELS ${label})
+    PROPERTIES LABELS ${label})
 endfunction()
 
 # tillsight_add_benchmark(<name> SOURCES ... DEPENDS ...)
