@@ -1,0 +1,49 @@
+#include "app/frmAbout.h"
+
+#include "app/AppGlobals.h"
+#include "app/modShared.h"
+#include "link/modError.h"
+
+#include <QDialogButtonBox>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+frmAbout::frmAbout(QWidget* parent)
+    : QDialog(parent), txtAbout_(new QPlainTextEdit(this)), cmdOK_(new QPushButton(u"OK"_s, this)) {
+    setObjectName(u"frmAbout"_s);
+    txtAbout_->setObjectName(u"txtAbout"_s);
+    txtAbout_->setReadOnly(true);
+    cmdOK_->setObjectName(u"cmdOK"_s);
+    cmdOK_->setDefault(true);
+    connect(cmdOK_, &QPushButton::clicked, this, &QDialog::accept);
+
+    auto* buttons = new QDialogButtonBox(this);
+    buttons->addButton(cmdOK_, QDialogButtonBox::AcceptRole);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(txtAbout_, 1);
+    layout->addWidget(buttons);
+    resize(360, 220);
+
+    modShared::subFormOnTop(this);
+    fillText();
+}
+
+QString frmAbout::aboutText() const {
+    return text_;
+}
+
+void frmAbout::fillText() {
+    try {
+        const QString title = app::applicationTitle();
+        setWindowTitle(u"About "_s + title);
+        text_ =
+            u"\r\n"_s + title + u"\r\n\r\n"_s + u"Version "_s + app::versionText() + u"\r\n\r\n"_s;
+        // The text box would take the carriage return and the line feed for two line breaks.
+        txtAbout_->setPlainText(QString(text_).replace(u"\r\n"_s, u"\n"_s));
+    } catch (const vb::VbError& error) {
+        modError::subLogError(error, u"frmAbout"_s, u"Form_Load"_s);
+    }
+}

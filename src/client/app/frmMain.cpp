@@ -1,0 +1,314 @@
+#include "app/frmMain.h"
+
+#include "app/AppGlobals.h"
+#include "app/frmAbout.h"
+#include "app/modShared.h"
+#include "link/frmToolbar.h"
+#include "link/modError.h"
+#include "link/modMain.h"
+#include "queries/frmPowerSearch.h"
+#include "settings/HelpMail.h"
+#include "settings/modIni.h"
+#include "settings/modSites.h"
+#include "sitelink/SiteLink.h"
+#include "vb/Convert.h"
+
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QLabel>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QStatusBar>
+
+using namespace Qt::Literals::StringLiterals;
+using modShared::subSetStatusPanel;
+
+namespace {
+
+frmMain* gMainWindow = nullptr;
+
+const QStringList kPanelKeys = {u"Status"_s, u"Transactions"_s, u"Dates"_s, u"QueryTime"_s,
+                                u"Link"_s};
+
+} // namespace
+
+frmMain* frmMain::instance() {
+    return gMainWindow;
+}
+
+frmMain::frmMain() : link_(new sitelink::SiteLink(this)), mdi_(new QMdiArea(this)) {
+    gMainWindow = this;
+    setObjectName(u"frmMain"_s);
+    setAttribute(Qt::WA_DeleteOnClose);
+    setWindowTitle(u"Tillsight"_s);
+    setCentralWidget(mdi_);
+    buildMenus();
+    buildStatusBar();
+    connectLinkEvents();
+    modError::installAsSettingsFailureLog();
+
+    gDVRMethod = static_cast<std::int16_t>(
+        settings::fncGetIniInt(u"DVR"_s, u"Method"_s, 0, settings::fncIniFile()));
+    gEnablePreview =
+        settings::fncGetIniInt(u"Printing"_s, u"enablePreview"_s, 0, settings::fncIniFile()) != 0;
+    setWindowTitle(app::applicationTitle());
+    resize(800, 600);
+    subSetStatusPanel(u"Status"_s, u"Not connected"_s);
+    settings::subLoadSites();
+    buildDock();
+    powerSearch();
+    menuItem(u"mnuViewRemoteLog"_s)->setEnabled(false);
+}
+
+frmMain::~frmMain() {
+    // The link goes with the window's children; none of its last events may reach a window that
+    // is half gone.
+    QObject::disconnect(link_, nullptr, this, nullptr);
+    if (gMainWindow == this) gMainWindow = nullptr;
+}
+
+QAction* frmMain::addItem(QMenu* menu, const QString& name, const QString& caption) {
+    QAction* action = menu->addAction(caption);
+    action->setObjectName(name);
+    menuItems_.insert(name, action);
+    return action;
+}
+
+void frmMain::buildMenus() {
+    QMenu* program = menuBar()->addMenu(u"Program"_s);
+    program->setObjectName(u"mnuProgram"_s);
+    connect(addItem(program, u"mnuExit"_s, u"Exit"_s), &QAction::triggered, this, &QWidget::close);
+
+    QMenu* view = menuBar()->addMenu(u"View"_s);
+    view->setObjectName(u"mnuView"_s);
+    for (const auto& [name, caption] :
+         {std::pair{u"mnuViewConnectionToolbar"_s, u"Connection Toolbar"_s},
+          std::pair{u"mnuViewStatusBar"_s, u"Status Bar"_s}}) {
+        QAction* item = addItem(view, name, caption);
+        item->setCheckable(true);
+        item->setChecked(true);
+    }
+    connect(menuItem(u"mnuViewStatusBar"_s), &QAction::toggled, statusBar(), &QWidget::setVisible);
+
+    QMenu* options = menuBar()->addMenu(u"Options"_s);
+    options->setObjectName(u"mnuOptions"_s);
+    addItem(options, u"mnuSites"_s, u"Sites"_s);
+    addItem(options, u"mnuDVR"_s, u"DVR"_s);
+    addItem(options, u"mnuPrinting"_s, u"Printing"_s);
+    connect(addItem(options, u"mnuViewRemoteLog"_s, u"View Remote Log"_s), &QAction::triggered,
+            this, [this] {
+                if (gConnected) subShowRemoteLog();
+            });
+
+    QMenu* window = menuBar()->addMenu(u"Window"_s);
+    window->setObjectName(u"mnuWindow"_s);
+    connect(addItem(window, u"mnuTileH"_s, u"Tile Horizontally"_s), &QAction::triggered, this,
+            [this] { tileChildren(Qt::Horizontal); });
+    connect(addItem(window, u"mnuTileV"_s, u"Tile Vertically"_s), &QAction::triggered, this,
+            [this] { tileChildren(Qt::Vertical); });
+    connect(addItem(window, u"mnuCascade"_s, u"Cascade"_s), &QAction::triggered, mdi_,
+            &QMdiArea::cascadeSubWindows);
+    connect(addItem(window, u"mnuArrangeIcons"_s, u"Arrange Icons"_s), &QAction::triggered, this,
+            &frmMain::arrangeIcons);
+    connect(addItem(window, u"mnuCloseAll"_s, u"Close All"_s), &QAction::triggered, this,
+            &frmMain::closeAllViews);
+    window->addSeparator();
+    windowList_ = window;
+    connect(window, &QMenu::aboutToShow, this, &frmMain::refreshWindowList);
+
+    QMenu* help = menuBar()->addMenu(u"Help"_s);
+    help->setObjectName(u"mnuHelp"_s);
+    connect(addItem(help, u"mnuEmailQuestion"_s, u"Ask a question"_s), &QAction::triggered, this,
+            [this] {
+                modShared::subSendMailLink(this, settings::helpMailAddresses().support,
+                                           u"Tillsight Support Request"_s, QString());
+            });
+    connect(addItem(help, u"mnuEmailBug"_s, u"Report a bug"_s), &QAction::triggered, this, [this] {
+        modShared::subSendMailLink(this, settings::helpMailAddresses().bugReport,
+                                   u"Tillsight Bug Report"_s, QString());
+    });
+    connect(addItem(help, u"mnuAbout"_s, u"About"_s), &QAction::triggered, this, [this] {
+        frmAbout about(this);
+        about.exec();
+    });
+}
+
+void frmMain::buildStatusBar() {
+    statusBar()->setObjectName(u"StatusBar"_s);
+    for (const QString& key : kPanelKeys) {
+        auto* panel = new QLabel(statusBar());
+        panel->setObjectName(key);
+        panel->setFrameShape(QFrame::StyledPanel);
+        panel->setVisible(false);
+        // The first panel takes the spare width, as the status text is the longest.
+        statusBar()->addWidget(panel, key == u"Status" ? 1 : 0);
+        panels_.insert(key, panel);
+    }
+}
+
+void frmMain::buildDock() {
+    dockFrame_ = new QDockWidget(u"Connection"_s, this);
+    dockFrame_->setObjectName(u"DockFrame"_s);
+    dockFrame_->setAllowedAreas(Qt::TopDockWidgetArea | Qt::BottomDockWidgetArea);
+    toolbar_ = new frmToolbar(dockFrame_);
+    dockFrame_->setWidget(toolbar_);
+    addDockWidget(Qt::TopDockWidgetArea, dockFrame_);
+    QAction* item = menuItem(u"mnuViewConnectionToolbar"_s);
+    connect(item, &QAction::triggered, dockFrame_, &QWidget::setVisible);
+    // The pane's own close box clears the check mark; hiding the whole window does not.
+    connect(dockFrame_, &QDockWidget::visibilityChanged, this, [this, item](bool visible) {
+        if (!visible && !isMinimized() && isVisible() && dockFrame_->isHidden())
+            item->setChecked(false);
+    });
+}
+
+QLabel* frmMain::statusPanel(const QString& key) const {
+    return panels_.value(key);
+}
+
+QAction* frmMain::menuItem(const QString& name) const {
+    return menuItems_.value(name);
+}
+
+QMdiSubWindow* frmMain::showChild(QWidget* view) {
+    QMdiSubWindow* sub = mdi_->addSubWindow(view);
+    sub->setAttribute(Qt::WA_DeleteOnClose);
+    sub->setWindowIcon(QIcon());
+    view->show();
+    sub->show();
+    return sub;
+}
+
+frmPowerSearch* frmMain::powerSearch() {
+    if (!powerSearch_) {
+        powerSearch_ = new frmPowerSearch();
+        QMdiSubWindow* sub = showChild(powerSearch_);
+        // The view keeps its fixed size; the frame only adds its border.
+        sub->setWindowFlags(sub->windowFlags() & ~Qt::WindowMaximizeButtonHint);
+        sub->adjustSize();
+    }
+    return powerSearch_;
+}
+
+void frmMain::subConnected() {
+    menuItem(u"mnuViewRemoteLog"_s)->setEnabled(true);
+}
+
+void frmMain::subShowRemoteLog() {
+    // The report output view that lists the log comes with the report grid.
+}
+
+void frmMain::tileChildren(Qt::Orientation orientation) {
+    const QList<QMdiSubWindow*> windows = mdi_->subWindowList();
+    const QList<QMdiSubWindow*> open = [&] {
+        QList<QMdiSubWindow*> shown;
+        for (QMdiSubWindow* w : windows)
+            if (!w->isMinimized() && w->isVisible()) shown << w;
+        return shown;
+    }();
+    if (open.isEmpty()) return;
+    const QRect area = mdi_->viewport()->rect();
+    const int n = static_cast<int>(open.size());
+    for (int i = 0; i < n; ++i) {
+        QRect r;
+        if (orientation == Qt::Horizontal) // one above the other, each the full width
+            r = QRect(0, area.height() * i / n, area.width(), area.height() / n);
+        else
+            r = QRect(area.width() * i / n, 0, area.width() / n, area.height());
+        open[i]->showNormal();
+        open[i]->setGeometry(r);
+    }
+}
+
+void frmMain::arrangeIcons() {
+    // Minimised children lined up along the bottom edge, left to right.
+    int x = 0;
+    const int bottom = mdi_->viewport()->height();
+    for (QMdiSubWindow* w : mdi_->subWindowList()) {
+        if (!w->isMinimized()) continue;
+        w->move(x, bottom - w->height());
+        x += w->width();
+    }
+}
+
+void frmMain::refreshWindowList() {
+    for (QAction* action : windowListActions_) {
+        windowList_->removeAction(action);
+        delete action;
+    }
+    windowListActions_.clear();
+    int number = 1;
+    for (QMdiSubWindow* w : mdi_->subWindowList()) {
+        QAction* action = windowList_->addAction(u"&%1 %2"_s.arg(number++).arg(w->windowTitle()));
+        action->setCheckable(true);
+        action->setChecked(w == mdi_->activeSubWindow());
+        connect(action, &QAction::triggered, this, [this, w] { mdi_->setActiveSubWindow(w); });
+        windowListActions_ << action;
+    }
+}
+
+void frmMain::closeAllViews() {
+    for (QMdiSubWindow* w : mdi_->subWindowList()) {
+        if (w->widget() && w->widget()->objectName() == u"frmToolbar") continue;
+        if (auto* search = qobject_cast<frmPowerSearch*>(w->widget())) search->unload();
+        w->close();
+    }
+    for (QWidget* top : QApplication::topLevelWidgets()) {
+        if (top == this || !top->isVisible() || top->objectName() == u"frmToolbar") continue;
+        top->close();
+    }
+}
+
+void frmMain::closeEvent(QCloseEvent* event) {
+    link_->Disconnect();
+    if (powerSearch_) powerSearch_->unload();
+    for (QWidget* top : QApplication::topLevelWidgets())
+        if (top != this && top->isVisible()) top->close();
+    event->accept();
+}
+
+void frmMain::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::WindowStateChange && isMinimized())
+        modShared::subFormNotOnTop(this);
+    QMainWindow::changeEvent(event);
+}
+
+void frmMain::connectLinkEvents() {
+    using sitelink::SiteLink;
+    connect(link_, &SiteLink::Connected, this, [this] {
+        gConnected = true;
+        subSetStatusPanel(u"Status"_s, u"Connected to "_s + link_->ServerName());
+    });
+    connect(link_, &SiteLink::Disconnected, this, [this] {
+        subSetStatusPanel(u"Status"_s, u"Not Connected"_s);
+        for (const QString& key : {u"Link"_s, u"Dates"_s, u"Transactions"_s, u"QueryTime"_s})
+            subSetStatusPanel(key, QString());
+        gConnected = false;
+        modMain::subEnableControls(powerSearch(), false);
+        menuItem(u"mnuViewRemoteLog"_s)->setEnabled(false);
+        modShared::subPlayAsterisk();
+    });
+    connect(link_, &SiteLink::LinkError, this,
+            [](const QString& source, int number, const QString& description) {
+                modShared::subPlayAsterisk();
+                modShared::subShowMessage(
+                    u"Error "_s + QString::number(number) + u": "_s + description, source);
+            });
+    connect(link_, &SiteLink::OperationTimed, this, [](int milliseconds) {
+        subSetStatusPanel(u"QueryTime"_s, u"Last Op: "_s +
+                                              vb::cstr(vb::Variant(milliseconds / 1000.0)) +
+                                              u" seconds "_s);
+    });
+    connect(link_, &SiteLink::StatusChanged, this,
+            [](const QString& text) { subSetStatusPanel(u"Link"_s, text); });
+    connect(link_, &SiteLink::ProgressChanged, this, [this] {
+        QProgressBar* bar = toolbar_ ? toolbar_->ProgressBar() : nullptr;
+        if (!bar) return;
+        const int percent = link_->Progress();
+        bar->setValue(percent);
+        bar->setFormat(percent != 0 ? QString::number(percent) + u" %"_s : QString());
+    });
+}

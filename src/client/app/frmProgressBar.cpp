@@ -1,0 +1,28 @@
+#include "app/frmProgressBar.h"
+
+#include "app/AppGlobals.h"
+#include "app/modShared.h"
+
+#include <QProgressBar>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+frmProgressBar::frmProgressBar(QWidget* parent) : QDialog(parent), bar_(new QProgressBar(this)) {
+    setObjectName(u"frmProgressBar"_s);
+    setWindowTitle(app::applicationTitle());
+    bar_->setObjectName(u"ProgressBar"_s);
+    bar_->setRange(0, 100);
+    bar_->setValue(0);
+    bar_->setFormat(QString());
+    bar_->setTextVisible(true);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(bar_);
+    setMinimumWidth(300);
+    modShared::subFormOnTop(this);
+}
+
+void frmProgressBar::setPercent(int percent) {
+    bar_->setValue(percent);
+    bar_->setFormat(QString::number(percent) + u" %"_s);
+}
