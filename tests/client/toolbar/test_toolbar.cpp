@@ -1,0 +1,284 @@
+#include "app/AppGlobals.h"
+#include "app/frmMain.h"
+#include "link/frmToolbar.h"
+#include "link/modRAS.h"
+#include "settings/SettingsPath.h"
+#include "settings/modSites.h"
+#include "sitelink/SiteLink.h"
+
+#include "support/DemoSite.h"
+#include "support/GuiTestSupport.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolBar>
+
+#include <net/if.h>
+#include <sys/socket.h>
+
+using namespace Qt::Literals::StringLiterals;
+using settings::Site;
+
+namespace {
+
+const QString kNoDialup = u"Tillsight Network Client|No dialup connection is currently active|0"_s;
+
+Site demo() {
+    return {u"Demo"_s, testsupport::demoSite().path, false, 5111, u"s3cret"_s};
+}
+Site dialup() {
+    return {u"Modem"_s, u"10.1.1.1"_s, true, 23, u"dial"_s};
+}
+
+// A real main window on its own settings file, so the toolbar works against the real link.
+class Toolbar : public testsupport::GuiTest {
+protected:
+    QTemporaryDir dir;
+    settings::SettingsFileOverride settingsFile{dir.filePath(u"tillsight.ini"_s)};
+    QPointer<frmMain> main;
+    frmToolbar* bar = nullptr;
+
+    void SetUp() override {
+        GuiTest::SetUp();
+        main = new frmMain;
+        main->show();
+        bar = main->toolbar();
+    }
+
+    void TearDown() override {
+        if (main) main->close();
+        delete main;
+        gConnected = false;
+        settings::gSites = {Site{}};
+        settings::gSiteCount = 0;
+        modRAS::setInterfaceSource({});
+        GuiTest::TearDown();
+    }
+
+    sitelink::SiteLink& link() { return main->TillsightLink(); }
+
+    void useSites(const std::vector<Site>& sites) {
+        settings::gSites = sites;
+        settings::gSiteCount = static_cast<std::int16_t>(sites.size());
+        bar->RefreshConnectionList();
+    }
+
+    // The user steps down the site list with the arrow key.
+    void pickNextSite() { QTest::keyClick(bar->cboHost(), Qt::Key_Down); }
+
+    void press(QAction* button) {
+        QTest::mouseClick(bar->Toolbar()->widgetForAction(button), Qt::LeftButton);
+    }
+
+    void connectTo(const Site& site) {
+        useSites({site});
+        press(bar->ConnectButton());
+        ASSERT_TRUE(gConnected);
+    }
+
+    void expectShown(const Site& site) {
+        EXPECT_EQ(bar->cboHost()->currentText(), site.Name);
+        EXPECT_EQ(bar->cboHost()->toolTip(), site.Name);
+        EXPECT_EQ(bar->txtPort()->text(), QString::number(site.Port));
+        EXPECT_EQ(bar->txtPassword()->text(), site.Password);
+        EXPECT_EQ(bar->chkDUN()->isChecked(), site.DUN);
+        EXPECT_EQ(bar->txtAddress()->text(), site.Address);
+        EXPECT_EQ(bar->txtAddress()->isEnabled(), !site.DUN);
+    }
+};
+
+} // namespace
+
+TEST_F(Toolbar, RefreshListsSitesInFileOrderAndShowsTheFirst) {
+    const std::vector<Site> sites{
+        {u"Zeta"_s, u"zeta.example"_s, false, 5432, u"z"_s}, dialup(), demo()};
+    useSites(sites);
+    ASSERT_EQ(bar->cboHost()->count(), 3);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(bar->cboHost()->itemText(i), sites[i].Name);
+        EXPECT_EQ(bar->cboHost()->itemData(i).toInt(), i);
+    }
+    expectShown(sites[0]);
+    EXPECT_EQ(bar->txtAddress()->toolTip(), u"zeta.example"_s);
+}
+
+TEST_F(Toolbar, AnEmptySiteListLeavesTheFieldsAsTheyWere) {
+    useSites({demo()});
+    settings::gSites = {Site{}};
+    settings::gSiteCount = 0;
+    bar->RefreshConnectionList();
+    EXPECT_EQ(bar->cboHost()->count(), 0);
+    EXPECT_EQ(bar->cboHost()->currentText(), QString());
+    EXPECT_EQ(bar->txtAddress()->text(), demo().Address);
+    EXPECT_EQ(bar->txtPort()->text(), u"5111"_s);
+    EXPECT_EQ(bar->txtPassword()->text(), u"s3cret"_s);
+}
+
+TEST_F(Toolbar, PickingADialupSiteShowsItsStoredAddressDisabled) {
+    useSites({demo(), dialup(), demo()});
+    pickNextSite();
+    expectShown(dialup());
+    pickNextSite();
+    expectShown(demo());
+}
+
+TEST_F(Toolbar, AnyKeyInTheBoxesUntiesThemFromTheSite) {
+    for (QLineEdit* box : {bar->txtAddress(), bar->txtPort(), bar->txtPassword()}) {
+        for (Qt::Key key : {Qt::Key_7, Qt::Key_Left, Qt::Key_Shift}) {
+            useSites({demo()});
+            QTest::keyClick(box, key);
+            EXPECT_EQ(bar->cboHost()->currentText(), QString())
+                << box->objectName().toStdString() << " key " << key;
+            EXPECT_EQ(bar->cboHost()->toolTip(), QString());
+        }
+    }
+}
+
+TEST_F(Toolbar, TypingKeepsTheTextAndOnlyAddressAndPortTipsFollowIt) {
+    useSites({demo()});
+    for (QLineEdit* box : {bar->txtAddress(), bar->txtPort(), bar->txtPassword()})
+        QTest::keyClick(box, Qt::Key_7);
+    EXPECT_EQ(bar->txtAddress()->toolTip(), demo().Address + u'7');
+    EXPECT_EQ(bar->txtPort()->text(), u"51117"_s);
+    EXPECT_EQ(bar->txtPort()->toolTip(), u"51117"_s);
+    EXPECT_EQ(bar->txtPassword()->text(), u"s3cret7"_s);
+    EXPECT_EQ(bar->txtPassword()->toolTip(), u"Password"_s);
+}
+
+TEST_F(Toolbar, TheDialupBoxByMouseUntiesTheSiteAndTakesTheAddress) {
+    useSites({demo()});
+    QTest::mouseClick(bar->chkDUN(), Qt::LeftButton);
+    EXPECT_TRUE(bar->chkDUN()->isChecked());
+    EXPECT_EQ(bar->cboHost()->currentText(), QString());
+    EXPECT_EQ(bar->txtAddress()->text(), u"Dialup"_s);
+    EXPECT_FALSE(bar->txtAddress()->isEnabled());
+
+    QTest::mouseClick(bar->chkDUN(), Qt::LeftButton);
+    EXPECT_FALSE(bar->chkDUN()->isChecked());
+    EXPECT_EQ(bar->txtAddress()->text(), QString());
+    EXPECT_TRUE(bar->txtAddress()->isEnabled());
+
+    // The space key toggles the box but leaves the site name.
+    useSites({demo()});
+    QTest::keyClick(bar->chkDUN(), Qt::Key_Space);
+    EXPECT_TRUE(bar->chkDUN()->isChecked());
+    EXPECT_EQ(bar->txtAddress()->text(), u"Dialup"_s);
+    EXPECT_EQ(bar->cboHost()->currentText(), u"Demo"_s);
+}
+
+TEST_F(Toolbar, EachBoxSelectsItsWholeTextOnFocus) {
+    useSites({demo()});
+    QApplication::setActiveWindow(main);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(main));
+    for (QLineEdit* box : {bar->txtAddress(), bar->txtPort(), bar->txtPassword()}) {
+        box->deselect();
+        box->setFocus(Qt::OtherFocusReason);
+        EXPECT_EQ(box->selectedText(), box->text()) << box->objectName().toStdString();
+        bar->cboHost()->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+TEST_F(Toolbar, ConnectReachesThePickedSite) {
+    useSites({dialup(), demo()});
+    pickNextSite();
+    press(bar->ConnectButton());
+    EXPECT_TRUE(gConnected);
+    EXPECT_TRUE(link().isConnected());
+    EXPECT_EQ(link().RemoteAddress(), demo().Address);
+    EXPECT_EQ(link().RemotePort(), 5111);
+    EXPECT_EQ(link().Password(), u"s3cret"_s);
+    EXPECT_TRUE(boxes.isEmpty()) << boxes.join(u'\n').toStdString();
+}
+
+TEST_F(Toolbar, ConnectWhileConnectedDoesNothing) {
+    connectTo(demo());
+    const int soundsBefore = asterisks;
+    bar->txtPassword()->setText(u"other"_s);
+    bar->txtAddress()->setText(u"elsewhere.tsite"_s);
+    press(bar->ConnectButton());
+    EXPECT_EQ(link().Password(), u"s3cret"_s);
+    EXPECT_EQ(link().RemoteAddress(), demo().Address);
+    EXPECT_TRUE(link().isConnected());
+    EXPECT_EQ(asterisks, soundsBefore); // the link's "already connected" error plays one
+    EXPECT_TRUE(boxes.isEmpty());
+}
+
+TEST_F(Toolbar, DisconnectGoesToTheLinkWhateverTheStateSays) {
+    connectTo(demo());
+    gConnected = false; // the flag and the link out of step
+    press(bar->DisconnectButton());
+    EXPECT_FALSE(link().isConnected());
+    EXPECT_EQ(main->statusPanel(u"Status"_s)->text().trimmed(), u"Not Connected"_s);
+
+    press(bar->DisconnectButton()); // not connected: the link takes it quietly
+    EXPECT_FALSE(link().isConnected());
+    EXPECT_TRUE(boxes.isEmpty());
+}
+
+TEST_F(Toolbar, APortThatIsNoLongMakesConnectDoNothing) {
+    useSites({demo()});
+    for (const QString& port : {QString(), u"abc"_s, u"2147483648"_s, u"5111x"_s}) {
+        bar->txtPort()->setText(port);
+        bar->txtPassword()->setText(u"typed "_s + port);
+        press(bar->ConnectButton());
+        EXPECT_FALSE(gConnected) << port.toStdString();
+        EXPECT_TRUE(link().RemoteAddress().isEmpty()) << port.toStdString();
+        // Setting the password is a statement of its own and has already run.
+        EXPECT_EQ(link().Password(), u"typed "_s + port);
+    }
+    EXPECT_TRUE(boxes.isEmpty());
+    EXPECT_EQ(asterisks, 0);
+}
+
+TEST_F(Toolbar, APortIsReadAsTheLanguageReadsALong) {
+    useSites({demo()});
+    for (const auto& [typed, port] : {std::pair{u" 2.5 "_s, 2}, {u"3.5"_s, 4}, {u"&H1F"_s, 31}}) {
+        bar->txtPort()->setText(typed);
+        press(bar->ConnectButton());
+        EXPECT_TRUE(gConnected) << typed.toStdString();
+        EXPECT_EQ(link().RemotePort(), port) << typed.toStdString();
+        press(bar->DisconnectButton());
+    }
+}
+
+TEST_F(Toolbar, DialupWithoutAnActiveLinkTellsTheUserAndStaysPut) {
+    modRAS::setInterfaceSource([] {
+        return std::vector<modRAS::InterfaceRecord>{
+            {u"eth0"_s, IFF_UP | IFF_RUNNING | IFF_BROADCAST, AF_INET, u"192.168.1.5"_s, {}}};
+    });
+    useSites({dialup()});
+    press(bar->ConnectButton());
+    EXPECT_EQ(boxes, QStringList{kNoDialup});
+    EXPECT_FALSE(gConnected);
+    EXPECT_TRUE(link().RemoteAddress().isEmpty());
+    EXPECT_EQ(bar->txtAddress()->text(), dialup().Address);
+}
+
+// The far end of the link is reached by its address; here that address names a copy of the demo
+// site in the working folder, which the link takes for a site file.
+TEST_F(Toolbar, DialupConnectsToTheFarEndOfTheLink) {
+    const QString peer = u"10.64.0.1"_s;
+    ASSERT_TRUE(QFile::copy(testsupport::demoSite().path, dir.filePath(peer)));
+    const QString previousFolder = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(dir.path()));
+    modRAS::setInterfaceSource([peer] {
+        return std::vector<modRAS::InterfaceRecord>{
+            {u"ppp0"_s, IFF_UP | IFF_RUNNING | IFF_POINTOPOINT, AF_INET, u"10.64.0.2"_s, peer}};
+    });
+    useSites({dialup()});
+    press(bar->ConnectButton());
+    EXPECT_EQ(bar->txtAddress()->text(), peer);
+    EXPECT_TRUE(gConnected);
+    EXPECT_EQ(link().RemoteAddress(), peer);
+    EXPECT_EQ(link().RemotePort(), 23);
+    EXPECT_TRUE(boxes.isEmpty()) << boxes.join(u'\n').toStdString();
+    link().Disconnect();
+    QDir::setCurrent(previousFolder);
+}
