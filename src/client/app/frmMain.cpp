@@ -3,6 +3,7 @@
 #include "app/AppGlobals.h"
 #include "app/frmAbout.h"
 #include "app/modShared.h"
+#include "link/frmSites.h"
 #include "link/frmToolbar.h"
 #include "link/modError.h"
 #include "link/modMain.h"
@@ -95,7 +96,8 @@ void frmMain::buildMenus() {
 
     QMenu* options = menuBar()->addMenu(u"Options"_s);
     options->setObjectName(u"mnuOptions"_s);
-    addItem(options, u"mnuSites"_s, u"Sites"_s);
+    connect(addItem(options, u"mnuSites"_s, u"Sites"_s), &QAction::triggered, this,
+            [] { showSitesDialog(); });
     addItem(options, u"mnuDVR"_s, u"DVR"_s);
     addItem(options, u"mnuPrinting"_s, u"Printing"_s);
     connect(addItem(options, u"mnuViewRemoteLog"_s, u"View Remote Log"_s), &QAction::triggered,
