@@ -8,6 +8,7 @@
 #include "vb/Convert.h"
 
 #include "support/DemoSite.h"
+#include "support/CoreApplication.h"
 #include "support/VbTestSupport.h"
 
 #include <QCoreApplication>
@@ -29,12 +30,7 @@ const QString kThirtyDays =
 
 class DemoLink : public testsupport::EnUsTest {
 protected:
-    static void SetUpTestSuite() {
-        static int argc = 1;
-        static char name[] = "test_sitelink";
-        static char* argv[] = {name, nullptr};
-        if (!QCoreApplication::instance()) new QCoreApplication(argc, argv);
-    }
+    static void SetUpTestSuite() { testsupport::ensureCoreApplication(); }
 
     void SetUp() override {
         EnUsTest::SetUp();

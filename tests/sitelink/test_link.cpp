@@ -2,6 +2,7 @@
 
 #include "jet/SqliteDatabase.h"
 
+#include "support/CoreApplication.h"
 #include "support/VbTestSupport.h"
 
 #include <sqlite3.h>
@@ -42,12 +43,7 @@ struct EventLog {
 
 class Link : public testsupport::EnUsTest {
 protected:
-    static void SetUpTestSuite() {
-        static int argc = 1;
-        static char name[] = "test_sitelink";
-        static char* argv[] = {name, nullptr};
-        if (!QCoreApplication::instance()) new QCoreApplication(argc, argv);
-    }
+    static void SetUpTestSuite() { testsupport::ensureCoreApplication(); }
 
     void SetUp() override {
         EnUsTest::SetUp();

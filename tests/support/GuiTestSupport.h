@@ -14,7 +14,7 @@ namespace testsupport {
 
 inline void ensureApplication() {
     static int argc = 1;
-    static char name[] = "tillsight-test";
+    static char name[] = "tillsight-gui-test";
     static char* argv[] = {name, nullptr};
     if (!QApplication::instance()) new QApplication(argc, argv);
 }
