@@ -1,3 +1,4 @@
+#include "BenchSales.h"
 #include "BenchSite.h"
 #include "sitelink/SiteLink.h"
 
@@ -5,7 +6,6 @@
 #include <QElapsedTimer>
 #include <QProcess>
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
 // A million-row result through SiteLink, against the sqlite3 command line running the same
 // translated SQL with its output discarded.
@@ -15,11 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 
 constexpr int kTransactions = 1'000'000;
 const QString kQuery = u"select * from tblTrans"_s;
-
-std::size_t heapInUse() {
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
 
 void BM_LinkOpenRecordset(benchmark::State& state) {
     benchsite::site(kTransactions);
@@ -32,9 +27,9 @@ void BM_LinkOpenRecordset(benchmark::State& state) {
     }
     std::size_t rows = 0, bytes = 0, heap = 0;
     for (auto _ : state) {
-        const std::size_t before = heapInUse();
+        const std::size_t before = benchsales::heapInUse();
         auto rs = link.OpenRecordset(kQuery, u"Reading"_s);
-        heap = heapInUse() - before;
+        heap = benchsales::heapInUse() - before;
         rows = rs ? rs->recordCount() : 0;
         bytes = rs ? rs->memoryBytes() : 0;
     }

@@ -8,6 +8,7 @@
 #include "link/modError.h"
 #include "link/modMain.h"
 #include "queries/frmPowerSearch.h"
+#include "reports/frmReportOutput.h"
 #include "settings/HelpMail.h"
 #include "settings/modIni.h"
 #include "settings/modSites.h"
@@ -200,7 +201,15 @@ void frmMain::subConnected() {
 }
 
 void frmMain::subShowRemoteLog() {
-    // The report output view that lists the log comes with the report grid.
+    auto* view = new frmReportOutput();
+    view->setRecordset(TillsightLink().OpenRecordset(u"select * from tblLog"_s));
+    if (!rs::fncHasRecords(view->Recordset())) {
+        // An empty log, or a query that returned no set, shows nothing and says nothing.
+        delete view;
+        return;
+    }
+    view->setReportTitle(u"Tillsight Log"_s);
+    showChild(view);
 }
 
 void frmMain::tileChildren(Qt::Orientation orientation) {

@@ -1,0 +1,104 @@
+#pragma once
+
+// The child view that shows one result set in a grid: every report, search result and the
+// remote log opens one. The user groups and sorts by dragging column headers into the band, sizes
+// the columns, and goes on from a row to its video. The view never changes the rows; it only
+// re-sorts the set it was given.
+
+#include "recordset/Recordset.h"
+
+#include <QString>
+#include <QWidget>
+#include <cstdint>
+#include <memory>
+
+class QLabel;
+class QPushButton;
+class QStatusBar;
+class ReportGrid;
+
+class frmReportOutput : public QWidget {
+    Q_OBJECT
+public:
+    explicit frmReportOutput(QWidget* parent = nullptr);
+
+    // Set by the creator before the view is first shown; the view reads them as it opens.
+    const std::shared_ptr<rs::Recordset>& Recordset() const { return mrsRecordset; }
+    void setRecordset(std::shared_ptr<rs::Recordset> records);
+    QString ReportTitle() const { return mstrReportTitle; }
+    void setReportTitle(const QString& title);
+    // The view keeps a clone of its own, which the DVR search filters; the creator's table never
+    // changes.
+    void setReg2CamTable(const std::shared_ptr<rs::Recordset>& table);
+    std::int16_t GroupFirstN() const { return mintGroupFirstN; }
+    void setGroupFirstN(std::int16_t count) { mintGroupFirstN = count; }
+
+    // A set with rows and at least two fields, none after the first of them text (type codes
+    // 129, 130 and 202; other texts pass).
+    static bool fncIsChartable(const std::shared_ptr<rs::Recordset>& records);
+
+    // Sorts the set by the grouped columns in group order, each with its tag:
+    // "[Date] ASC, [Clerk] ASC"; a column with an empty tag gives "[Reg]".
+    void subApplyGroupSort();
+
+    QSize sizeHint() const override { return {760, 480}; }
+
+    ReportGrid* DataList() const { return grid_; }
+    // Status panel 1: the record count.
+    QString statusText() const;
+    // When the view opened: short date, a blank, "HH:nn:ss".
+    QString Generated() const { return mstrGenerated; }
+
+protected:
+    // The DVR search for the grid's current row. The button checks that a row is current first;
+    // a double-click on a row does not.
+    virtual void subDVRSearch();
+
+    bool dvrCapable() const { return mblnDVRCapable; }
+    std::int16_t dvrMethod() const { return mintDVRMethod; }
+    const std::shared_ptr<rs::Recordset>& reg2CamTable() const { return mrsReg2Cam; }
+
+    void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    QPushButton* addButton(const QString& name, const QString& caption,
+                           const QString& toolTip = QString());
+    void formLoad();
+    void subShowRecordCount();
+    void subApplyGroupFirstN();
+    // The link to the local video viewer, by mintDVRMethod: made at load for a DVR-capable view,
+    // closed at unload.
+    void subPrepareDVRLink();
+    void subCloseDVRLink();
+    void subResize();
+
+    void cmdAutoSize_Click();
+    void cmdDVRSearch_Click();
+    void cmdExit_Click();
+    void DataList_GroupColumnDropped(int column);
+    void DataList_GroupHeadClick(int column);
+
+    std::shared_ptr<rs::Recordset> mrsRecordset;
+    QString mstrReportTitle;
+    std::shared_ptr<rs::Recordset> mrsReg2Cam;
+    std::int16_t mintGroupFirstN = 0;
+
+    QString mstrGenerated;
+    bool mblnLoaded = false;
+    bool mblnDVRCapable = false;
+    std::int16_t mintDVRMethod = 0;
+    bool mblnEqualWidths = false;
+
+    ReportGrid* grid_;
+    QWidget* eframe_;
+    QPushButton* cmdChart_;
+    QPushButton* cmdExport_;
+    QPushButton* cmdPrint_;
+    QPushButton* cmdAutoSize_;
+    QPushButton* cmdDVRSearch_;
+    QPushButton* cmdExit_;
+    QStatusBar* statusBar_;
+    QLabel* panel1_;
+};
