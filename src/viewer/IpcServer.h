@@ -1,0 +1,35 @@
+#pragma once
+
+// The viewer's end of the standard method: a local server speaking the line protocol of
+// DvrIpcProtocol.h. Each connection must say HELLO with our version before it may ask for
+// history; every request line is answered (OK or ERROR), so a client that sends nonsense learns
+// why and can go on.
+
+#include "viewer/ViewerRequest.h"
+
+#include <QLocalServer>
+#include <QObject>
+
+class QLocalSocket;
+
+namespace viewer {
+
+class IpcServer : public QObject {
+    Q_OBJECT
+public:
+    explicit IpcServer(QObject* parent = nullptr);
+
+    // Only this user's processes may connect. A name left behind by a viewer that died is taken
+    // over; one that a running viewer still answers is refused with the reason in error.
+    bool listen(const QString& name, QString& error);
+
+signals:
+    void requested(const viewer::ViewerRequest& request);
+
+private:
+    void accept();
+
+    QLocalServer server_;
+};
+
+} // namespace viewer
