@@ -4,8 +4,11 @@
 // texts are what the site's templates and the Power Search were written against, so they stay
 // byte for byte as they are: a report's headings and groupings depend on them.
 
+#include "recordset/Recordset.h"
+
 #include <QString>
 #include <cstdint>
+#include <memory>
 
 namespace queries {
 
@@ -35,5 +38,17 @@ QString fncTempTableName(std::int16_t session);
 // can always AND it. Raises 6 (Overflow) when the text outgrows 32767 characters.
 QString fncExpandPlaceholders(const QString& sql, bool criticalOnly, const QString& interval,
                               std::int16_t session);
+
+// Every row of tblfixedreports, loaded with the Fixed Reports list and kept for the connection.
+// Between runs it is unfiltered; a run filters it to its own row.
+extern std::shared_ptr<rs::Recordset> grsFixedReports;
+
+// Runs report `reportId` of grsFixedReports over `interval` (a time criterion) and returns its
+// result, or nullptr when the site gave none. A command-stage report first refills the session's
+// temporary table (named from `session`), then yields the result of its second stage, whose
+// progress caption is that stage's title. Failures are logged, never raised: the caller sees
+// whatever result was obtained, normally none.
+std::shared_ptr<rs::Recordset> fncRunFixedReport(std::int32_t reportId, const QString& interval,
+                                                 bool criticalOnly, std::int16_t session);
 
 } // namespace queries
