@@ -2,6 +2,7 @@
 
 #include "recordset/AdoType.h"
 #include "vb/Convert.h"
+#include "vb/Strings.h"
 
 #include <algorithm>
 #include <vector>
@@ -30,27 +31,7 @@ QString valueText(const vb::Variant& value) {
 }
 
 QString escapeCell(const QString& text) {
-    QString out;
-    out.reserve(text.size());
-    for (const QChar c : text) {
-        switch (c.unicode()) {
-        case u'\\':
-            out += u"\\\\"_s;
-            break;
-        case u'\t':
-            out += u"\\t"_s;
-            break;
-        case u'\r':
-            out += u"\\r"_s;
-            break;
-        case u'\n':
-            out += u"\\n"_s;
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
+    return vb::escapeLineField(text);
 }
 
 void writeTsv(const rs::Recordset& records, QTextStream& out) {

@@ -9,4 +9,8 @@ namespace vb {
 // length it keeps does.
 QString fncReplace(QString text, const QString& find, const QString& replaceWith);
 
+// A backslash, tab, line feed or carriage return written as \\, \t, \n or \r, so that a value
+// stays one field of one line in tab-separated text.
+QString escapeLineField(QStringView text);
+
 } // namespace vb

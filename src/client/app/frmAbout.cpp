@@ -11,20 +11,11 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-frmAbout::frmAbout(QWidget* parent)
-    : QDialog(parent), txtAbout_(new QPlainTextEdit(this)), cmdOK_(new QPushButton(u"OK"_s, this)) {
+frmAbout::frmAbout(QWidget* parent) : QDialog(parent), txtAbout_(new QPlainTextEdit(this)) {
     setObjectName(u"frmAbout"_s);
     txtAbout_->setObjectName(u"txtAbout"_s);
     txtAbout_->setReadOnly(true);
-    cmdOK_->setObjectName(u"cmdOK"_s);
-    cmdOK_->setDefault(true);
-    connect(cmdOK_, &QPushButton::clicked, this, &QDialog::accept);
-
-    auto* buttons = new QDialogButtonBox(this);
-    buttons->addButton(cmdOK_, QDialogButtonBox::AcceptRole);
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(txtAbout_, 1);
-    layout->addWidget(buttons);
+    cmdOK_ = modShared::layOutWithOkButton(this, txtAbout_);
     resize(360, 220);
 
     modShared::subFormOnTop(this);

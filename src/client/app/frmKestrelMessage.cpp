@@ -17,21 +17,12 @@ frmKestrelMessage* frmKestrelMessage::instance() {
     return shared;
 }
 
-frmKestrelMessage::frmKestrelMessage()
-    : lblMessage_(new QLabel(u"Error"_s, this)), cmdOK_(new QPushButton(u"OK"_s, this)) {
+frmKestrelMessage::frmKestrelMessage() : lblMessage_(new QLabel(u"Error"_s, this)) {
     setObjectName(u"frmKestrelMessage"_s);
     lblMessage_->setObjectName(u"lblMessage"_s);
     lblMessage_->setWordWrap(true);
     lblMessage_->setTextInteractionFlags(Qt::TextSelectableByMouse);
-    cmdOK_->setObjectName(u"cmdOK"_s);
-    cmdOK_->setDefault(true);
-    connect(cmdOK_, &QPushButton::clicked, this, &QDialog::accept);
-
-    auto* buttons = new QDialogButtonBox(this);
-    buttons->addButton(cmdOK_, QDialogButtonBox::AcceptRole);
-    auto* layout = new QVBoxLayout(this);
-    layout->addWidget(lblMessage_, 1);
-    layout->addWidget(buttons);
+    cmdOK_ = modShared::layOutWithOkButton(this, lblMessage_);
     setModal(false);
     setMinimumWidth(320);
 }

@@ -8,12 +8,16 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QTextEdit>
 #include <QUrl>
+#include <QVBoxLayout>
 #include <QWindow>
 #include <array>
 #include <utility>
@@ -214,6 +218,19 @@ SoundHandler setAsteriskHandler(SoundHandler handler) {
 
 UrlHandler setMailLinkHandler(UrlHandler handler) {
     return std::exchange(mailLinkHandler(), std::move(handler));
+}
+
+QPushButton* layOutWithOkButton(QDialog* dialog, QWidget* body) {
+    auto* ok = new QPushButton(QStringLiteral("OK"), dialog);
+    ok->setObjectName(QStringLiteral("cmdOK"));
+    ok->setDefault(true);
+    QObject::connect(ok, &QPushButton::clicked, dialog, &QDialog::accept);
+    auto* buttons = new QDialogButtonBox(dialog);
+    buttons->addButton(ok, QDialogButtonBox::AcceptRole);
+    auto* layout = new QVBoxLayout(dialog);
+    layout->addWidget(body, 1);
+    layout->addWidget(buttons);
+    return ok;
 }
 
 } // namespace modShared

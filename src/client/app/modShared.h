@@ -10,6 +10,8 @@
 #include <functional>
 #include <memory>
 
+class QDialog;
+class QPushButton;
 class QWidget;
 
 namespace modShared {
@@ -63,6 +65,10 @@ void subSelectAllText();
 void subSendMailLink(QWidget* owner, const QString& address, QString subject, QString body);
 
 using rs::fncHasRecords;
+// The small views' common frame: `body` over a lone default "OK" button (named cmdOK) that
+// accepts the dialog. Returns the button.
+QPushButton* layOutWithOkButton(QDialog* dialog, QWidget* body);
+
 using vb::fncReplace;
 
 // Seams for tests: what a message box answers, and what is done with the asterisk sound and a

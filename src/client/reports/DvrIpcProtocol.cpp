@@ -1,5 +1,6 @@
 #include "reports/DvrIpcProtocol.h"
 
+#include "vb/Strings.h"
 #include <QDate>
 #include <QRegularExpression>
 #include <QStringDecoder>
@@ -46,27 +47,7 @@ QString defaultServerName() {
 }
 
 QString escapeField(QStringView text) {
-    QString out;
-    out.reserve(text.size());
-    for (const QChar c : text) {
-        switch (c.unicode()) {
-        case u'\\':
-            out += u"\\\\"_s;
-            break;
-        case u'\t':
-            out += u"\\t"_s;
-            break;
-        case u'\n':
-            out += u"\\n"_s;
-            break;
-        case u'\r':
-            out += u"\\r"_s;
-            break;
-        default:
-            out += c;
-        }
-    }
-    return out;
+    return vb::escapeLineField(text);
 }
 
 std::optional<QString> unescapeField(QStringView text) {
