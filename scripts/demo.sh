@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The demo: sets up the machine, builds, makes a demo site when there is none yet, lists it in the
-# client's sites as "Demo Store" (the user's own sites stay as they are) and starts the client.
-# Any arguments go to the client.
+# client's sites as "Demo Store" (the user's own sites stay as they are), starts the stand-in video
+# viewer that DVR searches reach (unless one is already running) and starts the client. The viewer
+# this script started stops when the client ends. Any arguments go to the client.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${TILLSIGHT_BUILD_DIR:-$root/build}"
@@ -9,10 +10,11 @@ data="${TILLSIGHT_DATA_DIR:-${XDG_DATA_HOME:-$HOME/.local/share}/tillsight}"
 
 bash "$root/scripts/setup.sh"
 cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
-cmake --build "$build" --parallel "$(nproc)" --target tillsight tillsight-site
+cmake --build "$build" --parallel "$(nproc)" --target tillsight tillsight-site tillsight-viewer
 
 site_tool="$build/src/site/tillsight-site"
 client="$build/src/client/tillsight"
+viewer="$build/src/viewer/tillsight-viewer"
 site="$data/demo.tsite"
 if [ ! -s "$site" ]; then
   # Made under another name first, so that an interrupted run leaves no half-filled site behind.
@@ -30,4 +32,24 @@ if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}${QT_QPA_PLATFORM:-}" ]; then
   echo "      or under a virtual one: xvfb-run -a bash scripts/demo.sh" >&2
   exit 1
 fi
-exec "$client" "$@"
+# The viewer shows each request in its window and logs it. Its ready line tells that it listens; a
+# viewer that ends at once found its name or port taken, most likely by a viewer already running,
+# which then serves the client.
+mkdir -p "$data"
+viewer_ready="$data/viewer.ready"
+: >"$viewer_ready"
+"$viewer" --log "$data/viewer.log" >"$viewer_ready" &
+viewer_pid=$!
+trap 'kill "$viewer_pid" 2>/dev/null || true' EXIT
+trap 'exit 130' INT TERM HUP
+for _ in $(seq 100); do
+  if grep -q "listening" "$viewer_ready" || ! kill -0 "$viewer_pid" 2>/dev/null; then break; fi
+  sleep 0.1
+done
+if kill -0 "$viewer_pid" 2>/dev/null; then
+  echo "demo: video viewer started; its requests are logged in $data/viewer.log"
+else
+  trap - EXIT
+  echo "demo: no new video viewer (see its message above); DVR searches go to the one running" >&2
+fi
+"$client" "$@"

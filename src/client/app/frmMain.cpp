@@ -8,6 +8,7 @@
 #include "link/modError.h"
 #include "link/modMain.h"
 #include "queries/frmPowerSearch.h"
+#include "reports/frmDVR.h"
 #include "reports/frmReportOutput.h"
 #include "settings/HelpMail.h"
 #include "settings/modIni.h"
@@ -100,6 +101,10 @@ void frmMain::buildMenus() {
     connect(addItem(options, u"mnuSites"_s, u"Sites"_s), &QAction::triggered, this,
             [] { showSitesDialog(); });
     addItem(options, u"mnuDVR"_s, u"DVR"_s);
+    connect(menuItem(u"mnuDVR"_s), &QAction::triggered, this, [this] {
+        frmDVR dialog(this);
+        dialog.exec();
+    });
     addItem(options, u"mnuPrinting"_s, u"Printing"_s);
     connect(addItem(options, u"mnuViewRemoteLog"_s, u"View Remote Log"_s), &QAction::triggered,
             this, [this] {

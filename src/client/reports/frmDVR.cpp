@@ -1,0 +1,55 @@
+#include "reports/frmDVR.h"
+
+#include "app/AppGlobals.h"
+#include "app/modShared.h"
+#include "settings/modIni.h"
+#include "vb/VbError.h"
+
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+frmDVR::frmDVR(QWidget* parent) : QDialog(parent) {
+    setObjectName(u"frmDVR"_s);
+    setWindowTitle(u"DVR Connection Method"_s);
+    auto* options = new QWidget(this);
+    optStandard_ = new QRadioButton(u"Kestrel Standard (Most DVRs)"_s, options);
+    optStandard_->setObjectName(u"optMethod0"_s);
+    optDVMS_ = new QRadioButton(u"DVMS Protocol"_s, options);
+    optDVMS_->setObjectName(u"optMethod1"_s);
+    auto* column = new QVBoxLayout(options);
+    column->addWidget(optStandard_);
+    column->addWidget(optDVMS_);
+    cmdOK_ = modShared::layOutWithOkButton(this, options);
+
+    // A method the dialog does not offer (a hand-edited file) leaves both options clear.
+    if (QRadioButton* current = optMethod(gDVRMethod)) current->setChecked(true);
+    modShared::subFormOnTop(this);
+}
+
+QRadioButton* frmDVR::optMethod(int index) const {
+    switch (index) {
+    case 0:
+        return optStandard_;
+    case 1:
+        return optDVMS_;
+    default:
+        return nullptr;
+    }
+}
+
+// The new method holds for this run even when the file cannot take it. Then the user is told as
+// the run-time tells of an error, and the program goes on: nothing else is lost by it.
+void frmDVR::done(int result) {
+    gDVRMethod = optStandard_->isChecked() ? 0 : 1;
+    try {
+        settings::subWriteIniString(u"DVR"_s, u"Method"_s, QString::number(gDVRMethod),
+                                    settings::fncIniFile());
+    } catch (const vb::VbError& error) {
+        modShared::fncMessageBox(
+            u"Run-time error '%1':\n\n%2"_s.arg(error.number()).arg(error.description()),
+            app::applicationTitle(), modShared::vbCritical);
+    }
+    QDialog::done(result);
+}
