@@ -62,7 +62,7 @@ enum class PriceRule {
     PaidIn
 };
 
-struct ActionSpec {
+struct ActionKind {
     const char* code;
     const char* description;
     bool critical;
@@ -72,19 +72,19 @@ struct ActionSpec {
 };
 
 constexpr std::array kActions = {
-    ActionSpec{"SALE", "Sale", false, 8380, PriceRule::Sale, nullptr},
-    ActionSpec{"VOID", "Void line", true, 350, PriceRule::Reversal, nullptr},
-    ActionSpec{"NOSALE", "No sale, drawer opened", true, 180, PriceRule::Nothing, "NO SALE"},
-    ActionSpec{"REFUND", "Refund", true, 140, PriceRule::Reversal, nullptr},
-    ActionSpec{"DISC", "Discount", false, 300, PriceRule::Discount, nullptr},
-    ActionSpec{"COUPON", "Coupon", false, 150, PriceRule::Coupon, "COUPON"},
-    ActionSpec{"PRICEOVR", "Price override", true, 100, PriceRule::Override, nullptr},
-    ActionSpec{"LINECORR", "Line correction", false, 280, PriceRule::Reversal, nullptr},
-    ActionSpec{"CANCEL", "Transaction cancelled", true, 50, PriceRule::Cancel, nullptr},
-    ActionSpec{"PAIDOUT", "Paid out of drawer", true, 40, PriceRule::PaidOut, "PAID OUT"},
-    ActionSpec{"PAIDIN", "Paid into drawer", false, 30, PriceRule::PaidIn, "PAID IN"},
-    ActionSpec{"SIGNON", "Clerk signed on", false, 0, PriceRule::Nothing, "SIGN ON"},
-    ActionSpec{"SIGNOFF", "Clerk signed off", false, 0, PriceRule::Nothing, "SIGN OFF"},
+    ActionKind{"SALE", "Sale", false, 8380, PriceRule::Sale, nullptr},
+    ActionKind{"VOID", "Void line", true, 350, PriceRule::Reversal, nullptr},
+    ActionKind{"NOSALE", "No sale, drawer opened", true, 180, PriceRule::Nothing, "NO SALE"},
+    ActionKind{"REFUND", "Refund", true, 140, PriceRule::Reversal, nullptr},
+    ActionKind{"DISC", "Discount", false, 300, PriceRule::Discount, nullptr},
+    ActionKind{"COUPON", "Coupon", false, 150, PriceRule::Coupon, "COUPON"},
+    ActionKind{"PRICEOVR", "Price override", true, 100, PriceRule::Override, nullptr},
+    ActionKind{"LINECORR", "Line correction", false, 280, PriceRule::Reversal, nullptr},
+    ActionKind{"CANCEL", "Transaction cancelled", true, 50, PriceRule::Cancel, nullptr},
+    ActionKind{"PAIDOUT", "Paid out of drawer", true, 40, PriceRule::PaidOut, "PAID OUT"},
+    ActionKind{"PAIDIN", "Paid into drawer", false, 30, PriceRule::PaidIn, "PAID IN"},
+    ActionKind{"SIGNON", "Clerk signed on", false, 0, PriceRule::Nothing, "SIGN ON"},
+    ActionKind{"SIGNOFF", "Clerk signed off", false, 0, PriceRule::Nothing, "SIGN OFF"},
 };
 constexpr int kSignOn = 11;
 constexpr int kSignOff = 12;
@@ -256,7 +256,7 @@ void writeClerks(sqlite3* db, Rng& rng, int count) {
 void writeActions(sqlite3* db) {
     Writer insert(db, "INSERT INTO lkpActions (fldActionCode, fldActionDesc, fldactioncritical) "
                       "VALUES (?, ?, ?)");
-    for (const ActionSpec& a : kActions)
+    for (const ActionKind& a : kActions)
         insert.text(1, a.code).text(2, a.description).integer(3, a.critical ? -1 : 0).run();
 }
 
@@ -334,7 +334,7 @@ public:
     DayPlanner(const DemoOptions& options) : options_(options) {
         for (int reg = 1; reg <= options.registers; ++reg)
             registerWeights_.push_back(options.registers - reg + 3); // the first lanes are busier
-        for (const ActionSpec& a : kActions)
+        for (const ActionKind& a : kActions)
             actionWeights_.push_back(a.weight);
     }
 
@@ -395,7 +395,7 @@ void writeTransactions(sqlite3* db, Rng& rng, const DemoOptions& options, double
     for (int d = 0; d < options.days; ++d) {
         const double day = firstDay + d;
         for (const Line& line : planner.plan(rng, day)) {
-            const ActionSpec& action = kActions[line.action];
+            const ActionKind& action = kActions[line.action];
             const double serial = vb::joinSerial(static_cast<std::int64_t>(day), line.second);
             insert.number(1, jet::storage::linearFromSerial(serial))
                 .integer(2, line.reg)
