@@ -12,7 +12,7 @@
 
 namespace rstest {
 
-struct FieldSpec {
+struct FieldDef {
     QString name;
     rs::AdoType type;
     int definedSize = 0;
@@ -31,10 +31,10 @@ inline vb::Variant date(const char* text) {
 }
 
 inline std::shared_ptr<rs::Recordset>
-makeRecordset(std::initializer_list<FieldSpec> fields,
+makeRecordset(std::initializer_list<FieldDef> fields,
               std::initializer_list<std::vector<vb::Variant>> rows) {
     rs::RecordsetBuilder builder;
-    for (const FieldSpec& f : fields)
+    for (const FieldDef& f : fields)
         builder.addField(f.name, f.type, f.definedSize);
     for (const auto& row : rows)
         builder.appendRow(row);
