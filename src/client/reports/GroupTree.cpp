@@ -61,7 +61,7 @@ CellKey cellKey(const vb::Variant& value) {
         key.bits = numberBits(value.dateValue());
         break;
     case vb::VarType::String:
-        key.text = value.stringValue();
+        key.text = value.stringValue().toCaseFolded();
         break;
     }
     return key;

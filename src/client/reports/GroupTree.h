@@ -18,7 +18,8 @@ class Recordset;
 namespace reports {
 
 // A cell's value identity: equal exactly when two cells hold the same kind of value with the same
-// payload. Texts compare exactly (letter case counts), numbers by value (0 and -0 are one).
+// payload. Texts compare without regard to letter case, as the site's GROUP BY and the result
+// set's sort do (so a sorted set never splits a group); numbers by value (0 and -0 are one).
 struct CellKey {
     vb::VarType type = vb::VarType::Empty;
     std::uint64_t bits = 0;

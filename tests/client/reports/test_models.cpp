@@ -388,4 +388,25 @@ TEST_F(GroupingModelTest, GroupsOfASiteMatchTheEnginesOwnCounts) {
     EXPECT_EQ(grouped, engine);
 }
 
+TEST_F(GroupingModelTest, TextsDifferingOnlyInCaseShareAGroupAsTheyDoOnTheSite) {
+    auto site = jet::SqliteDatabase::open(testsupport::demoSite().path);
+    const QString lines =
+        u"SELECT fldTransDesc AS D FROM tblTrans WHERE idftransid <= 40 UNION ALL "
+        u"SELECT lcase$(fldTransDesc) FROM tblTrans WHERE idftransid <= 40"_s;
+    auto counts = site->query(u"SELECT D, Count(*) AS N FROM ("_s + lines + u") GROUP BY D"_s);
+    source.setRecordset(site->query(lines));
+    GroupingModel model(&source);
+    model.setGroupColumns({0});
+
+    ASSERT_EQ(model.rowCount(), static_cast<int>(counts->recordCount()));
+    std::map<QString, int> engine, grouped;
+    for (std::size_t row = 0; row < counts->recordCount(); ++row)
+        engine[counts->valueAt(row, 0).toString().toUpper()] = vb::clng(counts->valueAt(row, 1));
+    for (int row = 0; row < model.rowCount(); ++row) {
+        const QModelIndex group = model.index(row, 0);
+        grouped[valueOf(model, group).toString().toUpper()] = model.rowCountOfGroup(group);
+    }
+    EXPECT_EQ(grouped, engine);
+}
+
 } // namespace
