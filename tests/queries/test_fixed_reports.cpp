@@ -3,9 +3,9 @@
 #include "recordset/AdoType.h"
 #include "vb/Convert.h"
 
+#include "site/SiteSchema.h"
 #include "support/VbTestSupport.h"
 
-#include <QFile>
 #include <QSet>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -113,20 +113,12 @@ const std::vector<Sale> kSales = {
     {"2003/03/28 16:00:00", 2, "PAIDOUT", 2, -20},
 };
 
-QString readText(const char* path) {
-    QFile file(QString::fromUtf8(path));
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return QString::fromUtf8(file.readAll());
-}
-
 // A site file made the way `init` makes one, with the sales above.
 class FixedReportSite : public testsupport::EnUsTest {
 protected:
     void SetUp() override {
         EnUsTest::SetUp();
-        db_ = jet::SqliteDatabase::open(dir_.filePath(u"site.tsite"_s), true);
-        db_->executeScript(readText(TILLSIGHT_SCHEMA));
-        db_->executeScript(readText(TILLSIGHT_FIXED_REPORTS));
+        db_ = site::initSite(dir_.filePath(u"site.tsite"_s), false);
         for (const QString& actor :
              {u"'1001', 'Ng', 'Vi'"_s, u"'1002', 'Smith', 'Ann'"_s, u"'1003', 'Lee', 'Bo'"_s})
             db_->execute(u"INSERT INTO tblActors (fldActorCode, fldActorlName, fldActorfName) "

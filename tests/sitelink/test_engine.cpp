@@ -1,5 +1,7 @@
 #include "sitelink/SqliteEngine.h"
 
+#include "site/SiteSchema.h"
+
 #include "support/VbTestSupport.h"
 
 #include <QFile>
@@ -16,10 +18,7 @@ protected:
     void SetUp() override {
         EnUsTest::SetUp();
         path_ = dir_.filePath(u"store.tsite"_s);
-        auto db = jet::SqliteDatabase::open(path_, true);
-        QFile schema(QStringLiteral(TILLSIGHT_SCHEMA));
-        ASSERT_TRUE(schema.open(QIODevice::ReadOnly));
-        db->executeScript(QString::fromUtf8(schema.readAll()));
+        auto db = site::initSite(path_, false);
         for (int i = 0; i < 250; ++i)
             db->execute(u"INSERT INTO tbltransdescs (fldtransdesc) VALUES ('item %1')"_s.arg(i));
     }

@@ -2,6 +2,8 @@
 
 #include "jet/SqliteDatabase.h"
 
+#include "site/SiteSchema.h"
+
 #include "support/CoreApplication.h"
 #include "support/VbTestSupport.h"
 
@@ -48,10 +50,7 @@ protected:
     void SetUp() override {
         EnUsTest::SetUp();
         path_ = dir_.filePath(u"store.tsite"_s);
-        auto db = jet::SqliteDatabase::open(path_, true);
-        QFile schema(QStringLiteral(TILLSIGHT_SCHEMA));
-        ASSERT_TRUE(schema.open(QIODevice::ReadOnly));
-        db->executeScript(QString::fromUtf8(schema.readAll()));
+        auto db = site::initSite(path_, false);
         db->execute(u"INSERT INTO tbltransdescs (fldtransdesc) VALUES ('MILK')"_s);
         // Enough rows that reading them takes many progress steps.
         db->execute(u"CREATE TABLE tblMany (n LONG)"_s);
