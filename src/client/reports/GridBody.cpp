@@ -415,17 +415,21 @@ void GridBody::paintFocus(QPainter& painter, int line) const {
     style()->drawPrimitive(QStyle::PE_FrameFocusRect, &focus, &painter, this);
 }
 
+// A left press on a group's arrow folds or unfolds it and goes no further.
+bool GridBody::toggleExpanderAt(QMouseEvent* event, const QPoint& pos) {
+    if (event->button() != Qt::LeftButton || !onExpander(pos)) return false;
+    const QModelIndex group = indexAt(pos);
+    setExpanded(group, !isExpanded(group));
+    pressedExpander_ = true;
+    event->accept();
+    return true;
+}
+
 void GridBody::mousePressEvent(QMouseEvent* event) {
     const QPoint pos = event->position().toPoint();
     pressedExpander_ = false;
     pressedGroup_ = QPersistentModelIndex();
-    if (event->button() == Qt::LeftButton && onExpander(pos)) {
-        const QModelIndex group = indexAt(pos);
-        setExpanded(group, !isExpanded(group));
-        pressedExpander_ = true;
-        event->accept();
-        return;
-    }
+    if (toggleExpanderAt(event, pos)) return;
     const QModelIndex index = indexAt(pos);
     if (isGroup(index)) pressedGroup_ = index;
     QAbstractItemView::mousePressEvent(event);
@@ -450,13 +454,7 @@ void GridBody::mouseReleaseEvent(QMouseEvent* event) {
 void GridBody::mouseDoubleClickEvent(QMouseEvent* event) {
     const QPoint pos = event->position().toPoint();
     afterDoubleClick_ = true;
-    if (event->button() == Qt::LeftButton && onExpander(pos)) {
-        const QModelIndex group = indexAt(pos);
-        setExpanded(group, !isExpanded(group));
-        pressedExpander_ = true;
-        event->accept();
-        return;
-    }
+    if (toggleExpanderAt(event, pos)) return;
     // A group line's double-click is its first click again; only rows have a double-click.
     if (isGroup(indexAt(pos))) {
         event->accept();

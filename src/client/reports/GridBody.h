@@ -70,6 +70,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    bool toggleExpanderAt(QMouseEvent* event, const QPoint& pos);
     void rebuildLines();
     QModelIndex moveSideways(const QModelIndex& current, bool right);
     QModelIndex indexOnLine(int line, const QModelIndex& from) const;
