@@ -1,7 +1,7 @@
 #include "BenchSales.h"
 
-#include "reports/GroupingModel.h"
-#include "reports/RecordsetModel.h"
+#include "output/GroupingModel.h"
+#include "output/RecordsetModel.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,9 +2,9 @@
 // them. Exit status 0 on success, 1 when the work failed (with "Error N: message"), 2 when the
 // command line was wrong.
 
-#include "client/settings/SettingsPath.h"
-#include "client/settings/modSites.h"
 #include "jet/Parser.h"
+#include "settings/SettingsPath.h"
+#include "settings/modSites.h"
 #include "site/DemoData.h"
 #include "site/QueryOutput.h"
 #include "site/SiteSchema.h"

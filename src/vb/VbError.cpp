@@ -19,8 +19,12 @@ QString errorMessage(int number) {
         return QStringLiteral("Type mismatch");
     case err::PathFileAccessError:
         return QStringLiteral("Path/File access error");
+    case err::ObjectNotSet:
+        return QStringLiteral("Object variable or With block variable not set");
     case err::InvalidUseOfNull:
         return QStringLiteral("Invalid use of Null");
+    case err::InvalidPropertyValue:
+        return QStringLiteral("Invalid property value");
     default:
         return QStringLiteral("Application-defined or object-defined error");
     }

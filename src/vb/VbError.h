@@ -25,7 +25,9 @@ constexpr int SubscriptOutOfRange = 9;
 constexpr int DivisionByZero = 11;
 constexpr int TypeMismatch = 13;
 constexpr int PathFileAccessError = 75;
+constexpr int ObjectNotSet = 91;
 constexpr int InvalidUseOfNull = 94;
+constexpr int InvalidPropertyValue = 380;
 } // namespace err
 
 // The language's standard message for an error number ("Overflow" for 6, ...).

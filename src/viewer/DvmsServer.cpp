@@ -1,6 +1,6 @@
 #include "viewer/DvmsServer.h"
 
-#include "reports/DvrIpcProtocol.h"
+#include "dvr/DvrIpcProtocol.h"
 
 #include <QElapsedTimer>
 #include <QRegularExpression>
@@ -77,7 +77,7 @@ private:
 std::optional<ViewerRequest> parseDvmsCommand(QByteArrayView text) {
     const auto match = commandShape().match(QString::fromLatin1(text));
     if (!match.hasMatch()) return std::nullopt;
-    const auto moment = reports::dvrIpc::parseMoment(
+    const auto moment = dvr::ipc::parseMoment(
         u"%1-%2-%3T%4:%5:%6"_s.arg(match.captured(1), match.captured(2), match.captured(3),
                                    match.captured(4), match.captured(5), match.captured(6)));
     bool cameraFits = false;

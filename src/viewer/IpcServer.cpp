@@ -1,11 +1,11 @@
 #include "viewer/IpcServer.h"
 
-#include "reports/DvrIpcProtocol.h"
+#include "dvr/DvrIpcProtocol.h"
 
 #include <QLocalSocket>
 
 using namespace Qt::Literals::StringLiterals;
-namespace dvrIpc = reports::dvrIpc;
+namespace ipc = dvr::ipc;
 
 namespace viewer {
 
@@ -20,7 +20,7 @@ bool someoneAnswers(const QString& name) {
     return probe.waitForConnected(kProbeTimeoutMs);
 }
 
-ViewerRequest standardRequest(const dvrIpc::HistoryRequest& history) {
+ViewerRequest standardRequest(const ipc::HistoryRequest& history) {
     ViewerRequest request;
     request.method = Method::Standard;
     request.dvrAddress = history.dvrAddress;
@@ -45,36 +45,35 @@ private:
         // Lines that arrive just before the client goes are still answered; none after a hang-up.
         if (hungUp_) return;
         received_ += socket_->readAll();
-        while (const auto line = dvrIpc::takeLine(received_)) {
-            if (!answer(dvrIpc::parseRequest(*line), server)) return;
+        while (const auto line = ipc::takeLine(received_)) {
+            if (!answer(ipc::parseRequest(*line), server)) return;
         }
-        if (received_.size() > dvrIpc::kMaxLineBytes) {
-            hangUp(dvrIpc::encodeError(
-                u"the line is longer than %1 bytes"_s.arg(dvrIpc::kMaxLineBytes)));
+        if (received_.size() > ipc::kMaxLineBytes) {
+            hangUp(ipc::encodeError(u"the line is longer than %1 bytes"_s.arg(ipc::kMaxLineBytes)));
         }
     }
 
     // False once the session is over and nothing more may be read.
-    bool answer(const dvrIpc::Request& request, IpcServer* server) {
-        if (const auto* hello = std::get_if<dvrIpc::Hello>(&request)) return greet(*hello);
-        if (const auto* history = std::get_if<dvrIpc::HistoryRequest>(&request)) {
-            if (!greeted_) return reply(dvrIpc::encodeError(u"say HELLO first"_s));
+    bool answer(const ipc::Request& request, IpcServer* server) {
+        if (const auto* hello = std::get_if<ipc::Hello>(&request)) return greet(*hello);
+        if (const auto* history = std::get_if<ipc::HistoryRequest>(&request)) {
+            if (!greeted_) return reply(ipc::encodeError(u"say HELLO first"_s));
             emit server->requested(standardRequest(*history));
-            return reply(dvrIpc::encodeOk());
+            return reply(ipc::encodeOk());
         }
-        if (std::holds_alternative<dvrIpc::Bye>(request)) return hangUp({});
-        return reply(dvrIpc::encodeError(std::get<dvrIpc::Malformed>(request).reason));
+        if (std::holds_alternative<ipc::Bye>(request)) return hangUp({});
+        return reply(ipc::encodeError(std::get<ipc::Malformed>(request).reason));
     }
 
-    bool greet(const dvrIpc::Hello& hello) {
-        if (hello.version != dvrIpc::kVersion) {
-            return hangUp(dvrIpc::encodeError(
-                u"protocol version %1 is not spoken here; this viewer speaks %2"_s
-                    .arg(hello.version)
-                    .arg(dvrIpc::kVersion)));
+    bool greet(const ipc::Hello& hello) {
+        if (hello.version != ipc::kVersion) {
+            return hangUp(
+                ipc::encodeError(u"protocol version %1 is not spoken here; this viewer speaks %2"_s
+                                     .arg(hello.version)
+                                     .arg(ipc::kVersion)));
         }
         greeted_ = true;
-        return reply(dvrIpc::encodeHello());
+        return reply(ipc::encodeHello());
     }
 
     bool reply(const QByteArray& line) {

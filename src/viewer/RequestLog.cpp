@@ -1,6 +1,6 @@
 #include "viewer/RequestLog.h"
 
-#include "reports/DvrIpcProtocol.h"
+#include "dvr/DvrIpcProtocol.h"
 
 #include <QStringList>
 #include <cstdio>
@@ -20,7 +20,7 @@ QString logLine(const ViewerRequest& request) {
                << QString::fromLatin1(request.command);
     }
     for (QString& field : fields)
-        field = reports::dvrIpc::escapeField(field);
+        field = dvr::ipc::escapeField(field);
     return fields.join(u'\t');
 }
 

@@ -1,6 +1,6 @@
 #include "viewer/RequestWindow.h"
 
-#include "reports/DvrIpcProtocol.h"
+#include "dvr/DvrIpcProtocol.h"
 
 #include <QDateTime>
 #include <QHeaderView>
@@ -19,7 +19,7 @@ enum Column { Received, Via, Camera, Moment, Address, User, Password, Command, C
 // Texts from a client may hold tabs and line breaks; shown escaped they stay on one line and
 // nothing is hidden.
 QString visible(const QString& text) {
-    return reports::dvrIpc::escapeField(text);
+    return dvr::ipc::escapeField(text);
 }
 
 QString headlineOf(const ViewerRequest& request) {

@@ -1,6 +1,6 @@
 #include "viewer/ViewerOptions.h"
 
-#include "reports/DvrIpcProtocol.h"
+#include "dvr/DvrIpcProtocol.h"
 
 #include <QCommandLineParser>
 
@@ -27,7 +27,7 @@ Options:
   --log FILE        append each request to FILE as one tab-separated line
   --headless        open no window (no display needed); with --log, for tests and scripts
   -h, --help        show this text
-)"_s.arg(reports::dvrIpc::defaultServerName())
+)"_s.arg(dvr::ipc::defaultServerName())
         .arg(kDvmsPort);
 }
 
@@ -52,7 +52,7 @@ std::variant<ViewerOptions, Exit> parseOptions(const QStringList& arguments) {
 
     ViewerOptions options;
     options.ipcName = parser.value(ipcName);
-    if (options.ipcName.isEmpty()) options.ipcName = reports::dvrIpc::defaultServerName();
+    if (options.ipcName.isEmpty()) options.ipcName = dvr::ipc::defaultServerName();
     if (parser.isSet(port)) {
         bool ok = false;
         options.port = parser.value(port).toUShort(&ok);

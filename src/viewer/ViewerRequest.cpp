@@ -1,13 +1,13 @@
 #include "viewer/ViewerRequest.h"
 
-#include "reports/DvrIpcProtocol.h"
+#include "dvr/DvrIpcProtocol.h"
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace viewer {
 
 QString displayMoment(const vb::DateParts& moment) {
-    return reports::dvrIpc::formatMoment(moment).replace(u'T', u' ');
+    return dvr::ipc::formatMoment(moment).replace(u'T', u' ');
 }
 
 QString methodName(Method method) {

@@ -9,7 +9,7 @@
 #include "viewer/RequestWindow.h"
 #include "viewer/ViewerOptions.h"
 
-#include "reports/DvrIpcProtocol.h"
+#include "dvr/DvrIpcProtocol.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -65,7 +65,7 @@ int fail(const QString& message) {
 
 void reportRejected(const QByteArray& text) {
     std::fprintf(stderr, "tillsight-viewer: ignored DVMS input \"%s\"\n",
-                 qPrintable(reports::dvrIpc::escapeField(QString::fromLatin1(text.left(80)))));
+                 qPrintable(dvr::ipc::escapeField(QString::fromLatin1(text.left(80)))));
 }
 
 int run(const ViewerOptions& options) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "client/settings/SettingsPath.h"
+#include "settings/SettingsPath.h"
 
 #include "support/VbTestSupport.h"
 

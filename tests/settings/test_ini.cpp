@@ -1,6 +1,6 @@
-#include "client/settings/HelpMail.h"
-#include "client/settings/SettingsPath.h"
-#include "client/settings/modIni.h"
+#include "settings/HelpMail.h"
+#include "settings/SettingsPath.h"
+#include "settings/modIni.h"
 
 #include "settings/SettingsFileTest.h"
 

@@ -1,6 +1,6 @@
-#include "client/settings/Cp1252.h"
-#include "client/settings/modIni.h"
-#include "client/settings/modSites.h"
+#include "settings/Cp1252.h"
+#include "settings/modIni.h"
+#include "settings/modSites.h"
 
 #include "settings/SettingsFileTest.h"
 

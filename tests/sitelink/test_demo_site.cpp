@@ -3,12 +3,13 @@
 
 #include "sitelink/SiteLink.h"
 
-#include "client/queries/modFixedReports.h"
+#include "core/TransactionQuery.h"
+#include "core/modFixedReports.h"
 #include "recordset/AdoType.h"
 #include "vb/Convert.h"
 
-#include "support/DemoSite.h"
 #include "support/CoreApplication.h"
+#include "support/DemoSite.h"
 #include "support/VbTestSupport.h"
 
 #include <QCoreApplication>
@@ -17,7 +18,7 @@
 #include <cmath>
 
 using namespace Qt::Literals::StringLiterals;
-using queries::fncExpandPlaceholders;
+using modFixedReports::fncExpandPlaceholders;
 using sitelink::SiteLink;
 
 namespace {
@@ -53,8 +54,8 @@ protected:
 
     // The joined transactions in an interval: what every count report must add up to.
     double joinedCount(const QString& interval) {
-        return number(u"select count(*) "_s + QString::fromUtf16(queries::kTransJoin) +
-                      u"WHERE "_s + interval);
+        return number(u"select count(*) "_s + QString::fromUtf16(core::kTransJoin) + u"WHERE "_s +
+                      interval);
     }
 
     std::shared_ptr<rs::Recordset> templateRow(int id) {
@@ -66,11 +67,12 @@ protected:
     std::shared_ptr<rs::Recordset> runReport(int id, const QString& interval, bool critical) {
         auto row = templateRow(id);
         auto expand = [&](const std::shared_ptr<rs::Recordset>& r) {
-            return fncExpandPlaceholders(r->field(u"fldSQL").value().toString(), critical,
-                                         interval, link_.SessionIndex());
+            return fncExpandPlaceholders(r->field(u"fldSQL").value().toString(), critical, interval,
+                                         link_.SessionIndex());
         };
         if (vb::cbool(row->field(u"fldCommand").value())) {
-            link_.Execute(u"DROP TABLE "_s + queries::fncTempTableName(link_.SessionIndex()));
+            link_.Execute(u"DROP TABLE "_s +
+                          modFixedReports::fncTempTableName(link_.SessionIndex()));
             link_.Execute(expand(row));
             row = templateRow(vb::clng(row->field(u"fldsubquery").value()));
         }
@@ -117,7 +119,8 @@ TEST_F(DemoLink, TheLookupsOfAFullConnectListWhatTheSearchViewOffers) {
     EXPECT_EQ(codes->field(0).name(), u"Code"_s);
     EXPECT_EQ(codes->valueAt(0, 0).toString(), u"CANCEL"_s);
 
-    auto clerks = open(uR"(select distinct tblactors.fldactorcode as [Code], fldActorlName & ", " & tblActors.fldActorfName as [Name] from tblactors order by fldActorlName & ", " & tblActors.fldActorfName, tblActors.fldactorcode)"_s);
+    auto clerks = open(
+        uR"(select distinct tblactors.fldactorcode as [Code], fldActorlName & ", " & tblActors.fldActorfName as [Name] from tblactors order by fldActorlName & ", " & tblActors.fldActorfName, tblActors.fldactorcode)"_s);
     ASSERT_EQ(clerks->recordCount(), 12u);
     EXPECT_EQ(clerks->field(1).type(), rs::AdoType::VarWChar);
     for (std::size_t r = 1; r < clerks->recordCount(); ++r)
@@ -183,14 +186,14 @@ TEST_F(DemoLink, TheDailySummaryReportsAreLabelsThenCountsThatAddUp) {
     expectLabelThenNumbers(*averageClerk);
     const double clerks =
         number(u"select count(*) from (select distinct tblTrans.fkyActorID "_s +
-               QString::fromUtf16(queries::kTransJoin) + u"WHERE "_s + kThirtyDays + u")"_s);
+               QString::fromUtf16(core::kTransJoin) + u"WHERE "_s + kThirtyDays + u")"_s);
     EXPECT_NEAR(cellSum(*averageClerk, 1) * 30 * clerks, joinedCount(kThirtyDays), 1e-6);
 
     // Critical only narrows the counts to the critical codes.
     auto critical = runReport(7, kDay, true);
     ASSERT_TRUE(critical);
     EXPECT_EQ(cellSum(*critical, 1),
-              joinedCount(kDay + u" AND "_s + QString::fromUtf16(queries::kCriticalOnly)));
+              joinedCount(kDay + u" AND "_s + QString::fromUtf16(core::kCriticalOnly)));
     EXPECT_LT(critical->fieldCount(), day->fieldCount());
     EXPECT_TRUE(errors_.isEmpty()) << errors_.join(u'\n').toStdString();
 }

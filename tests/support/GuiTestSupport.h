@@ -3,7 +3,7 @@
 // Widget tests: one QApplication per test program (on the offscreen platform the test target
 // sets), message boxes answered by the test, the asterisk counted instead of played.
 
-#include "app/modShared.h"
+#include "shared/modShared.h"
 
 #include "support/VbTestSupport.h"
 

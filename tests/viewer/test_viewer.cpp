@@ -2,8 +2,8 @@
 // standard method through DvrIpcClient over its local socket, the DVMS method as text over TCP.
 // What the viewer understood is read back from its --log file.
 
-#include "reports/DvrIpcClient.h"
-#include "reports/DvrIpcProtocol.h"
+#include "dvr/DvrIpcClient.h"
+#include "dvr/DvrIpcProtocol.h"
 #include "support/CoreApplication.h"
 #include "support/VbTestSupport.h"
 #include "vb/DateTime.h"
@@ -27,8 +27,8 @@
 #include <thread>
 
 using namespace Qt::Literals::StringLiterals;
-using reports::DvrIpcClient;
-namespace dvrIpc = reports::dvrIpc;
+using dvr::DvrIpcClient;
+namespace protocol = dvr::ipc;
 
 namespace {
 
@@ -168,14 +168,14 @@ protected:
 
 // The protocol's own promise: whatever text a field holds comes out of the line unchanged.
 TEST(DvrIpcProtocol, EveryFieldSurvivesTheLine) {
-    const dvrIpc::HistoryRequest sent{u"dvr\\\\host\\t1\r\n"_s, u"Zo\u00eb\t\"O'Brien\""_s,
-                                      u"\\\npa\tss\\n\\"_s, -32768,
-                                      vb::DateParts{2003, 3, 28, 14, 5, 9}};
-    const QByteArray line = dvrIpc::encodeShowHistory(sent);
+    const protocol::HistoryRequest sent{u"dvr\\\\host\\t1\r\n"_s, u"Zo\u00eb\t\"O'Brien\""_s,
+                                        u"\\\npa\tss\\n\\"_s, -32768,
+                                        vb::DateParts{2003, 3, 28, 14, 5, 9}};
+    const QByteArray line = protocol::encodeShowHistory(sent);
     ASSERT_EQ(line.count('\n'), 1);
     ASSERT_TRUE(line.endsWith('\n'));
-    const auto parsed = dvrIpc::parseRequest(QByteArrayView(line).chopped(1));
-    const auto* got = std::get_if<dvrIpc::HistoryRequest>(&parsed);
+    const auto parsed = protocol::parseRequest(QByteArrayView(line).chopped(1));
+    const auto* got = std::get_if<protocol::HistoryRequest>(&parsed);
     ASSERT_NE(got, nullptr);
     EXPECT_EQ(got->dvrAddress, sent.dvrAddress);
     EXPECT_EQ(got->userName, sent.userName);
@@ -277,7 +277,7 @@ TEST_F(ViewerTest, IpcServerAnswersNonsenseWithAnErrorAndCarriesOn) {
     RawIpc ipc(ipcName_);
     const QByteArray valid = "SHOW-HISTORY\tdvr\tuser\tpw\t4\t2003-03-28T14:05:09\n";
     EXPECT_TRUE(ipc.ask(valid).startsWith("ERROR\t")) << "history before hello";
-    EXPECT_EQ(ipc.ask(dvrIpc::encodeHello()), dvrIpc::encodeHello());
+    EXPECT_EQ(ipc.ask(protocol::encodeHello()), protocol::encodeHello());
     for (const QByteArray& nonsense : {
              QByteArray("PLAY\tcamera 4\n"),
              QByteArray("\n"),
@@ -295,7 +295,7 @@ TEST_F(ViewerTest, IpcServerAnswersNonsenseWithAnErrorAndCarriesOn) {
     EXPECT_EQ(ipc.ask(valid), "OK\n");
     EXPECT_EQ(logLines(1),
               QStringList{u"ipc\tdvr\tuser\tpassword given\t4\t2003-03-28 14:05:09"_s});
-    ipc.ask(dvrIpc::encodeBye());
+    ipc.ask(protocol::encodeBye());
     EXPECT_TRUE(ipc.closedByViewer());
 }
 
@@ -305,7 +305,7 @@ TEST_F(ViewerTest, IpcServerHangsUpOnAWrongVersionOrAnEndlessLine) {
     EXPECT_TRUE(oldClient.closedByViewer());
 
     RawIpc flood(ipcName_);
-    EXPECT_TRUE(flood.ask(QByteArray(dvrIpc::kMaxLineBytes + 4096, 'x')).startsWith("ERROR\t"));
+    EXPECT_TRUE(flood.ask(QByteArray(protocol::kMaxLineBytes + 4096, 'x')).startsWith("ERROR\t"));
     EXPECT_TRUE(flood.closedByViewer());
 
     DvrIpcClient client(ipcName_);

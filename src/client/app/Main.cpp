@@ -1,8 +1,8 @@
 #include "app/Main.h"
 
-#include "app/AppGlobals.h"
 #include "app/frmMain.h"
-#include "app/modShared.h"
+#include "core/AppGlobals.h"
+#include "shared/modShared.h"
 
 #include <QApplication>
 #include <QLocalServer>
@@ -50,7 +50,7 @@ bool fncAlreadyRunning(const QString& title, const QString& serverName) {
     probe.connectToServer(serverName);
     if (!probe.waitForConnected(kHandOverMs)) return false;
     probe.disconnectFromServer();
-    setApplicationTitle(u"Doomed "_s + title);
+    core::setApplicationTitle(u"Doomed "_s + title);
     subActivatePrevInstance(title, serverName);
     return true;
 }
@@ -76,7 +76,7 @@ QLocalServer* listenForLaterInstances(QObject* parent, const QString& serverName
 }
 
 bool Main() {
-    const QString title = applicationTitle();
+    const QString title = core::applicationTitle();
     if (fncAlreadyRunning(title)) return false;
     auto* main = new frmMain;
     listenForLaterInstances(main);

@@ -1,8 +1,8 @@
 #include "app/frmAbout.h"
 
-#include "app/AppGlobals.h"
-#include "app/modShared.h"
-#include "link/modError.h"
+#include "core/AppGlobals.h"
+#include "core/modError.h"
+#include "shared/modShared.h"
 
 #include <QDialogButtonBox>
 #include <QPlainTextEdit>
@@ -11,7 +11,8 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-frmAbout::frmAbout(QWidget* parent) : QDialog(parent), txtAbout_(new QPlainTextEdit(this)) {
+frmAbout::frmAbout(core::Session* session, QWidget* parent)
+    : QDialog(parent), session_(session), txtAbout_(new QPlainTextEdit(this)) {
     setObjectName(u"frmAbout"_s);
     txtAbout_->setObjectName(u"txtAbout"_s);
     txtAbout_->setReadOnly(true);
@@ -28,13 +29,13 @@ QString frmAbout::aboutText() const {
 
 void frmAbout::fillText() {
     try {
-        const QString title = app::applicationTitle();
+        const QString title = core::applicationTitle();
         setWindowTitle(u"About "_s + title);
         text_ =
-            u"\r\n"_s + title + u"\r\n\r\n"_s + u"Version "_s + app::versionText() + u"\r\n\r\n"_s;
+            u"\r\n"_s + title + u"\r\n\r\n"_s + u"Version "_s + core::versionText() + u"\r\n\r\n"_s;
         // The text box would take the carriage return and the line feed for two line breaks.
         txtAbout_->setPlainText(QString(text_).replace(u"\r\n"_s, u"\n"_s));
     } catch (const vb::VbError& error) {
-        modError::subLogError(error, u"frmAbout"_s, u"Form_Load"_s);
+        if (session_) modError::subLogError(*session_, error, u"frmAbout"_s, u"Form_Load"_s);
     }
 }

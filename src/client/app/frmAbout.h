@@ -6,11 +6,15 @@
 
 class QPlainTextEdit;
 class QPushButton;
+namespace core {
+class Session;
+}
 
 class frmAbout : public QDialog {
     Q_OBJECT
 public:
-    explicit frmAbout(QWidget* parent = nullptr);
+    // A failure while the text is made goes to the session's log, when there is a session.
+    explicit frmAbout(core::Session* session = nullptr, QWidget* parent = nullptr);
 
     // The text as made, line breaks as carriage return and line feed.
     QString aboutText() const;
@@ -18,6 +22,7 @@ public:
 private:
     void fillText();
 
+    core::Session* session_;
     QString text_;
     QPlainTextEdit* txtAbout_;
     QPushButton* cmdOK_;

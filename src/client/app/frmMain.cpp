@@ -1,11 +1,11 @@
 #include "app/frmMain.h"
 
-#include "app/AppGlobals.h"
 #include "app/frmAbout.h"
-#include "app/modShared.h"
+#include "core/AppGlobals.h"
+#include "core/Session.h"
+#include "core/modError.h"
 #include "link/frmSites.h"
 #include "link/frmToolbar.h"
-#include "link/modError.h"
 #include "link/modMain.h"
 #include "queries/frmPowerSearch.h"
 #include "reports/frmDVR.h"
@@ -13,6 +13,7 @@
 #include "settings/HelpMail.h"
 #include "settings/modIni.h"
 #include "settings/modSites.h"
+#include "shared/modShared.h"
 #include "sitelink/SiteLink.h"
 #include "vb/Convert.h"
 
@@ -27,23 +28,16 @@
 #include <QStatusBar>
 
 using namespace Qt::Literals::StringLiterals;
-using modShared::subSetStatusPanel;
 
 namespace {
-
-frmMain* gMainWindow = nullptr;
 
 const QStringList kPanelKeys = {u"Status"_s, u"Transactions"_s, u"Dates"_s, u"QueryTime"_s,
                                 u"Link"_s};
 
 } // namespace
 
-frmMain* frmMain::instance() {
-    return gMainWindow;
-}
-
-frmMain::frmMain() : link_(new sitelink::SiteLink(this)), mdi_(new QMdiArea(this)) {
-    gMainWindow = this;
+frmMain::frmMain()
+    : session_(new core::Session(&feedback_, &feedback_, this)), mdi_(new QMdiArea(this)) {
     setObjectName(u"frmMain"_s);
     setAttribute(Qt::WA_DeleteOnClose);
     setWindowTitle(u"Tillsight"_s);
@@ -51,13 +45,13 @@ frmMain::frmMain() : link_(new sitelink::SiteLink(this)), mdi_(new QMdiArea(this
     buildMenus();
     buildStatusBar();
     connectLinkEvents();
-    modError::installAsSettingsFailureLog();
+    modError::installAsSettingsFailureLog(*session_);
 
     gDVRMethod = static_cast<std::int16_t>(
         settings::fncGetIniInt(u"DVR"_s, u"Method"_s, 0, settings::fncIniFile()));
     gEnablePreview =
         settings::fncGetIniInt(u"Printing"_s, u"enablePreview"_s, 0, settings::fncIniFile()) != 0;
-    setWindowTitle(app::applicationTitle());
+    setWindowTitle(core::applicationTitle());
     resize(800, 600);
     subSetStatusPanel(u"Status"_s, u"Not connected"_s);
     settings::subLoadSites();
@@ -69,8 +63,11 @@ frmMain::frmMain() : link_(new sitelink::SiteLink(this)), mdi_(new QMdiArea(this
 frmMain::~frmMain() {
     // The link goes with the window's children; none of its last events may reach a window that
     // is half gone.
-    QObject::disconnect(link_, nullptr, this, nullptr);
-    if (gMainWindow == this) gMainWindow = nullptr;
+    QObject::disconnect(&TillsightLink(), nullptr, this, nullptr);
+}
+
+sitelink::SiteLink& frmMain::TillsightLink() {
+    return session_->TillsightLink();
 }
 
 QAction* frmMain::addItem(QMenu* menu, const QString& name, const QString& caption) {
@@ -99,7 +96,7 @@ void frmMain::buildMenus() {
     QMenu* options = menuBar()->addMenu(u"Options"_s);
     options->setObjectName(u"mnuOptions"_s);
     connect(addItem(options, u"mnuSites"_s, u"Sites"_s), &QAction::triggered, this,
-            [] { showSitesDialog(); });
+            [this] { showSitesDialog(*session_, toolbar_, this); });
     addItem(options, u"mnuDVR"_s, u"DVR"_s);
     connect(menuItem(u"mnuDVR"_s), &QAction::triggered, this, [this] {
         frmDVR dialog(this);
@@ -139,7 +136,7 @@ void frmMain::buildMenus() {
                                    u"Tillsight Bug Report"_s, QString());
     });
     connect(addItem(help, u"mnuAbout"_s, u"About"_s), &QAction::triggered, this, [this] {
-        frmAbout about(this);
+        frmAbout about(session_, this);
         about.exec();
     });
 }
@@ -161,7 +158,7 @@ void frmMain::buildDock() {
     dockFrame_ = new QDockWidget(u"Connection"_s, this);
     dockFrame_->setObjectName(u"DockFrame"_s);
     dockFrame_->setAllowedAreas(Qt::TopDockWidgetArea | Qt::BottomDockWidgetArea);
-    toolbar_ = new frmToolbar(dockFrame_);
+    toolbar_ = new frmToolbar(*this, dockFrame_);
     dockFrame_->setWidget(toolbar_);
     addDockWidget(Qt::TopDockWidgetArea, dockFrame_);
     QAction* item = menuItem(u"mnuViewConnectionToolbar"_s);
@@ -175,6 +172,20 @@ void frmMain::buildDock() {
 
 QLabel* frmMain::statusPanel(const QString& key) const {
     return panels_.value(key);
+}
+
+void frmMain::subSetStatusPanel(const QString& key, const QString& text) {
+    QLabel* panel = statusPanel(key);
+    if (!panel) return;
+    if (text.isEmpty()) {
+        panel->setVisible(false);
+        panel->setText(QString());
+        panel->setToolTip(QString());
+        return;
+    }
+    panel->setVisible(true);
+    panel->setText(text + u' ');
+    panel->setToolTip(text);
 }
 
 QAction* frmMain::menuItem(const QString& name) const {
@@ -192,7 +203,7 @@ QMdiSubWindow* frmMain::showChild(QWidget* view) {
 
 frmPowerSearch* frmMain::powerSearch() {
     if (!powerSearch_) {
-        powerSearch_ = new frmPowerSearch();
+        powerSearch_ = new frmPowerSearch(*this);
         QMdiSubWindow* sub = showChild(powerSearch_);
         // The view keeps its fixed size; the frame only adds its border.
         sub->setWindowFlags(sub->windowFlags() & ~Qt::WindowMaximizeButtonHint);
@@ -202,19 +213,27 @@ frmPowerSearch* frmMain::powerSearch() {
 }
 
 void frmMain::subConnected() {
+    frmPowerSearch* search = powerSearch();
+    modShared::subEnableControls(search, true);
+    search->subInitForm();
     menuItem(u"mnuViewRemoteLog"_s)->setEnabled(true);
 }
 
-void frmMain::subShowRemoteLog() {
-    auto* view = new frmReportOutput();
-    view->setRecordset(TillsightLink().OpenRecordset(u"select * from tblLog"_s));
-    if (!rs::fncHasRecords(view->Recordset())) {
-        // An empty log, or a query that returned no set, shows nothing and says nothing.
-        delete view;
-        return;
-    }
-    view->setReportTitle(u"Tillsight Log"_s);
+void frmMain::subShowReport(const client::ReportRequest& request) {
+    if (!request.records) return;
+    auto* view = new frmReportOutput(this);
+    view->setReportTitle(request.title);
+    view->setRecordset(request.records);
+    view->setReg2CamTable(request.reg2Cam);
+    view->setGroupFirstN(request.groupFirstN);
     showChild(view);
+}
+
+void frmMain::subShowRemoteLog() {
+    const auto log = TillsightLink().OpenRecordset(u"select * from tblLog"_s);
+    // An empty log, or a query that returned no set, shows nothing and says nothing.
+    if (!rs::fncHasRecords(log)) return;
+    subShowReport({u"Tillsight Log"_s, log, nullptr, 0});
 }
 
 void frmMain::tileChildren(Qt::Orientation orientation) {
@@ -279,7 +298,7 @@ void frmMain::closeAllViews() {
 }
 
 void frmMain::closeEvent(QCloseEvent* event) {
-    link_->Disconnect();
+    TillsightLink().Disconnect();
     if (powerSearch_) powerSearch_->unload();
     for (QWidget* top : QApplication::topLevelWidgets())
         if (top != this && top->isVisible()) top->close();
@@ -294,36 +313,30 @@ void frmMain::changeEvent(QEvent* event) {
 
 void frmMain::connectLinkEvents() {
     using sitelink::SiteLink;
-    connect(link_, &SiteLink::Connected, this, [this] {
-        gConnected = true;
-        subSetStatusPanel(u"Status"_s, u"Connected to "_s + link_->ServerName());
+    // The session sets gConnected and tells the link's errors before these run.
+    SiteLink* link = &TillsightLink();
+    connect(link, &SiteLink::Connected, this, [this, link] {
+        subSetStatusPanel(u"Status"_s, u"Connected to "_s + link->ServerName());
     });
-    connect(link_, &SiteLink::Disconnected, this, [this] {
+    connect(link, &SiteLink::Disconnected, this, [this] {
         subSetStatusPanel(u"Status"_s, u"Not Connected"_s);
         for (const QString& key : {u"Link"_s, u"Dates"_s, u"Transactions"_s, u"QueryTime"_s})
             subSetStatusPanel(key, QString());
-        gConnected = false;
-        modMain::subEnableControls(powerSearch(), false);
+        modShared::subEnableControls(powerSearch(), false);
         menuItem(u"mnuViewRemoteLog"_s)->setEnabled(false);
         modShared::subPlayAsterisk();
     });
-    connect(link_, &SiteLink::LinkError, this,
-            [](const QString& source, int number, const QString& description) {
-                modShared::subPlayAsterisk();
-                modShared::subShowMessage(
-                    u"Error "_s + QString::number(number) + u": "_s + description, source);
-            });
-    connect(link_, &SiteLink::OperationTimed, this, [](int milliseconds) {
+    connect(link, &SiteLink::OperationTimed, this, [this](int milliseconds) {
         subSetStatusPanel(u"QueryTime"_s, u"Last Op: "_s +
                                               vb::cstr(vb::Variant(milliseconds / 1000.0)) +
                                               u" seconds "_s);
     });
-    connect(link_, &SiteLink::StatusChanged, this,
-            [](const QString& text) { subSetStatusPanel(u"Link"_s, text); });
-    connect(link_, &SiteLink::ProgressChanged, this, [this] {
+    connect(link, &SiteLink::StatusChanged, this,
+            [this](const QString& text) { subSetStatusPanel(u"Link"_s, text); });
+    connect(link, &SiteLink::ProgressChanged, this, [this, link] {
         QProgressBar* bar = toolbar_ ? toolbar_->ProgressBar() : nullptr;
         if (!bar) return;
-        const int percent = link_->Progress();
+        const int percent = link->Progress();
         bar->setValue(percent);
         bar->setFormat(percent != 0 ? QString::number(percent) + u" %"_s : QString());
     });

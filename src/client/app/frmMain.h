@@ -3,6 +3,10 @@
 // The main window: menus, the keyed status panels, the docking frame that holds the connection
 // toolbar, the child windows, and the link with its event handlers.
 
+#include "dvr/DvrMethod.h"
+#include "shared/GuiFeedback.h"
+#include "shared/ViewHost.h"
+
 #include <QHash>
 #include <QList>
 #include <QMainWindow>
@@ -19,16 +23,15 @@ namespace sitelink {
 class SiteLink;
 }
 
-class frmMain : public QMainWindow {
+// The host of every view: the session they work on, the status panels, the child windows.
+class frmMain : public QMainWindow, public client::ViewHost {
     Q_OBJECT
 public:
     frmMain();
     ~frmMain() override;
 
-    // The one main window of the run; nullptr before it is made and after it is gone.
-    static frmMain* instance();
-
-    sitelink::SiteLink& TillsightLink() { return *link_; }
+    core::Session& session() override { return *session_; }
+    sitelink::SiteLink& TillsightLink();
     frmToolbar* toolbar() const { return toolbar_; }
     QDockWidget* DockFrame() const { return dockFrame_; }
     QMdiArea* mdiArea() const { return mdi_; }
@@ -42,8 +45,15 @@ public:
     // Shows a view as a child window of the main window.
     QMdiSubWindow* showChild(QWidget* view);
 
-    // The end of a full connect: the remote log can be viewed.
-    void subConnected();
+    void subSetStatusPanel(const QString& key, const QString& text) override;
+    void subShowReport(const client::ReportRequest& request) override;
+    // The end of a full connect: the Power Search view fills its lists, the remote log can be
+    // viewed.
+    void subConnected() override;
+    dvr::Endpoints dvrEndpoints() const override { return dvrEndpoints_; }
+    // Where report views opened from now on reach the video viewer (tests point them at viewers
+    // of their own).
+    void setDvrEndpoints(const dvr::Endpoints& endpoints) { dvrEndpoints_ = endpoints; }
 
     // Runs the "Close All" of the Window menu.
     void closeAllViews();
@@ -63,7 +73,9 @@ private:
     void refreshWindowList();
     QAction* addItem(QMenu* menu, const QString& name, const QString& caption);
 
-    sitelink::SiteLink* link_;
+    client::GuiFeedback feedback_;
+    core::Session* session_;
+    dvr::Endpoints dvrEndpoints_;
     QMdiArea* mdi_;
     QDockWidget* dockFrame_ = nullptr;
     frmToolbar* toolbar_ = nullptr;

@@ -1,7 +1,7 @@
 #include "app/frmProgressBar.h"
 
-#include "app/AppGlobals.h"
-#include "app/modShared.h"
+#include "core/AppGlobals.h"
+#include "shared/modShared.h"
 
 #include <QProgressBar>
 #include <QVBoxLayout>
@@ -10,7 +10,7 @@ using namespace Qt::Literals::StringLiterals;
 
 frmProgressBar::frmProgressBar(QWidget* parent) : QDialog(parent), bar_(new QProgressBar(this)) {
     setObjectName(u"frmProgressBar"_s);
-    setWindowTitle(app::applicationTitle());
+    setWindowTitle(core::applicationTitle());
     bar_->setObjectName(u"ProgressBar"_s);
     bar_->setRange(0, 100);
     bar_->setValue(0);

@@ -1,11 +1,10 @@
-#include "client/link/frmSites.h"
+#include "link/frmSites.h"
 
-#include "client/app/AppGlobals.h"
-#include "client/app/frmMain.h"
-#include "client/app/modShared.h"
-#include "client/link/frmToolbar.h"
-#include "client/link/modError.h"
-#include "client/settings/modSites.h"
+#include "core/AppGlobals.h"
+#include "core/modError.h"
+#include "link/frmToolbar.h"
+#include "settings/modSites.h"
+#include "shared/modShared.h"
 #include "vb/Convert.h"
 
 #include <QCheckBox>
@@ -25,7 +24,7 @@ using settings::gSites;
 namespace {
 
 void showMessage(const QString& text) {
-    modShared::fncMessageBox(text, app::applicationTitle(), modShared::vbOKOnly);
+    modShared::fncMessageBox(text, core::applicationTitle(), modShared::vbOKOnly);
 }
 
 // A failure the dialog does not expect (a port that is no number on Edit, one past 32 bits) is
@@ -34,7 +33,7 @@ void showMessage(const QString& text) {
 void reportUnexpected(const vb::VbError& error) {
     modShared::fncMessageBox(
         u"Run-time error '%1':\n\n%2"_s.arg(error.number()).arg(error.description()),
-        app::applicationTitle(), modShared::vbCritical);
+        core::applicationTitle(), modShared::vbCritical);
 }
 
 settings::Site& siteAt(std::int16_t index) {
@@ -49,14 +48,10 @@ QString lineOf(const settings::Site& site) {
            QString::number(site.Port) + u"  Password: "_s + QString(site.Password.size(), u'*');
 }
 
-void refreshToolbar() {
-    frmMain* main = frmMain::instance();
-    if (main && main->toolbar()) main->toolbar()->RefreshConnectionList();
-}
-
 } // namespace
 
-frmSites::frmSites(QWidget* parent) : QDialog(parent) {
+frmSites::frmSites(core::Session& session, frmToolbar* toolbar, QWidget* parent)
+    : QDialog(parent), session_(session), toolbar_(toolbar) {
     setObjectName(u"frmSites"_s);
     setWindowTitle(u"Tillsight Remote Sites"_s);
     buildEntryPanel();
@@ -143,7 +138,9 @@ void frmSites::connectBehaviours() {
     connect(cmdCancel_, &QPushButton::clicked, this, [this] { cmdCancel_Click(); });
     connect(cmdExit_, &QPushButton::clicked, this, [this] { cmdExit_Click(); });
     // Exit, the close box and Escape all end here.
-    connect(this, &QDialog::finished, this, &refreshToolbar);
+    connect(this, &QDialog::finished, this, [this] {
+        if (toolbar_) toolbar_->RefreshConnectionList();
+    });
 }
 
 void frmSites::subRefreshList() {
@@ -155,7 +152,7 @@ void frmSites::subRefreshList() {
             line->setData(Qt::UserRole, static_cast<int>(i));
         }
     } catch (const vb::VbError& error) {
-        modError::subLogError(error, u"frmSites"_s, u"subRefreshList"_s);
+        modError::subLogError(session_, error, u"frmSites"_s, u"subRefreshList"_s);
     }
 }
 
@@ -291,7 +288,7 @@ void frmSites::cmdExit_Click() {
     accept();
 }
 
-void showSitesDialog() {
-    frmSites dialog(frmMain::instance());
+void showSitesDialog(core::Session& session, frmToolbar* toolbar, QWidget* owner) {
+    frmSites dialog(session, toolbar, owner);
     dialog.exec();
 }

@@ -14,11 +14,16 @@ class QGroupBox;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
+class frmToolbar;
+namespace core {
+class Session;
+}
 
 class frmSites : public QDialog {
     Q_OBJECT
 public:
-    explicit frmSites(QWidget* parent = nullptr);
+    // The toolbar's site names are refreshed whenever the dialog closes; `session` logs failures.
+    frmSites(core::Session& session, frmToolbar* toolbar, QWidget* parent = nullptr);
 
     // Refills the list from the site list, one line per site, each remembering its site's index.
     void subRefreshList();
@@ -48,6 +53,8 @@ private:
     void subApplyAdd(bool dialup);
     void subApplyEdit(bool dialup);
 
+    core::Session& session_;
+    frmToolbar* toolbar_;
     bool mblnAdding = false;
     std::int16_t mintEditIndex = -1;
 
@@ -66,5 +73,5 @@ private:
     QPushButton* cmdCancel_ = nullptr;
 };
 
-// Shows the site list dialog modally over the main window; returns when it is closed.
-void showSitesDialog();
+// Shows the site list dialog modally over `owner`; returns when it is closed.
+void showSitesDialog(core::Session& session, frmToolbar* toolbar, QWidget* owner);

@@ -1,11 +1,12 @@
 #include "link/frmToolbar.h"
 
-#include "app/AppGlobals.h"
-#include "app/frmMain.h"
-#include "app/modShared.h"
+#include "core/AppGlobals.h"
+#include "core/Session.h"
 #include "link/modMain.h"
 #include "link/modRAS.h"
 #include "settings/modSites.h"
+#include "shared/ViewHost.h"
+#include "shared/modShared.h"
 #include "sitelink/SiteLink.h"
 #include "vb/Convert.h"
 
@@ -20,7 +21,6 @@
 #include <QProgressBar>
 #include <QStyle>
 #include <QToolBar>
-#include <stdexcept>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -35,12 +35,6 @@ template <typename Statement> void resumeNext(Statement&& statement) {
     }
 }
 
-sitelink::SiteLink& mainLink() {
-    frmMain* main = frmMain::instance();
-    if (!main) throw std::logic_error("the main window is gone");
-    return main->TillsightLink();
-}
-
 // The typed port as the link takes it; raises for empty text, letters or a value past 32 bits.
 int portOf(const QLineEdit* box) {
     return vb::clng(vb::Variant(box->text()));
@@ -48,7 +42,7 @@ int portOf(const QLineEdit* box) {
 
 } // namespace
 
-frmToolbar::frmToolbar(QWidget* parent) : QWidget(parent) {
+frmToolbar::frmToolbar(client::ViewHost& host, QWidget* parent) : QWidget(parent), host_(host) {
     setObjectName(u"frmToolbar"_s);
     setWindowTitle(u"Connection"_s);
     buildToolbar();
@@ -173,17 +167,18 @@ void frmToolbar::Toolbar_ButtonClick(int index) {
     if (index == 1) {
         subConnect();
     } else if (index == 2) {
-        resumeNext([] { mainLink().Disconnect(); });
+        resumeNext([this] { host_.session().TillsightLink().Disconnect(); });
     }
 }
 
 void frmToolbar::subConnect() {
     if (gConnected) return;
-    resumeNext([this] { mainLink().setPassword(txtPassword_->text()); });
+    resumeNext([this] { host_.session().TillsightLink().setPassword(txtPassword_->text()); });
     if (chkDUN_->isChecked()) {
         subConnectDialup();
     } else {
-        resumeNext([this] { modMain::subFullConnect(txtAddress_->text(), portOf(txtPort_)); });
+        resumeNext(
+            [this] { modMain::subFullConnect(host_, txtAddress_->text(), portOf(txtPort_)); });
     }
 }
 
@@ -197,5 +192,5 @@ void frmToolbar::subConnectDialup() {
         return;
     }
     txtAddress_->setText(address);
-    resumeNext([this, &address] { modMain::subFullConnect(address, portOf(txtPort_)); });
+    resumeNext([this, &address] { modMain::subFullConnect(host_, address, portOf(txtPort_)); });
 }

@@ -16,11 +16,14 @@ class QToolBar;
 namespace settings {
 struct Site;
 }
+namespace client {
+class ViewHost;
+}
 
 class frmToolbar : public QWidget {
     Q_OBJECT
 public:
-    explicit frmToolbar(QWidget* parent = nullptr);
+    explicit frmToolbar(client::ViewHost& host, QWidget* parent = nullptr);
 
     // Refills the site names from the site list and shows the first site's details.
     void RefreshConnectionList();
@@ -54,6 +57,7 @@ private:
     void subConnect();
     void subConnectDialup();
 
+    client::ViewHost& host_;
     QToolBar* Toolbar_ = nullptr;
     QAction* cmdConnect_ = nullptr;
     QAction* cmdDisconnect_ = nullptr;

@@ -1,6 +1,5 @@
 #include "queries/frmDateTime.h"
 
-#include "app/frmMain.h"
 #include "vb/DateTime.h"
 
 #include <QCalendarWidget>
@@ -36,9 +35,9 @@ QTime clockTime(double serial) {
 
 } // namespace
 
-frmDateTime& frmDateTime::instance() {
-    // It goes with the main window; a later request after that makes a new one.
-    if (!theDialog()) theDialog() = new frmDateTime(frmMain::instance());
+frmDateTime& frmDateTime::instance(QWidget* owner) {
+    // It goes with the window it was made over; a later request after that makes a new one.
+    if (!theDialog()) theDialog() = new frmDateTime(owner ? owner->window() : nullptr);
     return *theDialog();
 }
 

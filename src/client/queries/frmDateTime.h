@@ -15,8 +15,8 @@ class QTimeEdit;
 class frmDateTime : public QDialog {
     Q_OBJECT
 public:
-    // The one dialog, made on first use.
-    static frmDateTime& instance();
+    // The one dialog, made on first use over `owner`'s window, and going with it.
+    static frmDateTime& instance(QWidget* owner = nullptr);
 
     // Loads the dialog from the properties, shows it modal and unloads it when it closes.
     void showModal();

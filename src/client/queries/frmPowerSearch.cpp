@@ -4,10 +4,11 @@
 
 #include "queries/frmPowerSearch.h"
 
-#include "app/modShared.h"
-#include "link/modMain.h"
+#include "core/Session.h"
+#include "output/RecordsetModel.h"
 #include "queries/DateField.h"
-#include "reports/RecordsetModel.h"
+#include "shared/ViewHost.h"
+#include "shared/modShared.h"
 #include "vb/Convert.h"
 #include "vb/DateTime.h"
 #include "vb/Format.h"
@@ -116,7 +117,8 @@ QLabel* buddyLabel(const QString& caption, QWidget* buddy) {
 
 } // namespace
 
-frmPowerSearch::frmPowerSearch(QWidget* parent) : QWidget(parent) {
+frmPowerSearch::frmPowerSearch(client::ViewHost& host, QWidget* parent)
+    : QWidget(parent), host_(host) {
     setObjectName(u"frmPowerSearch"_s);
     setWindowTitle(u"Tillsight Reports"_s);
     tabReports = new QTabWidget(this);
@@ -142,7 +144,7 @@ frmPowerSearch::frmPowerSearch(QWidget* parent) : QWidget(parent) {
 
     optDateTimeRange_Click(1);
     setFixedSize(kViewSize);
-    modMain::subEnableControls(this, false);
+    modShared::subEnableControls(this, false);
 }
 
 frmPowerSearch::~frmPowerSearch() = default;
@@ -334,14 +336,15 @@ void frmPowerSearch::subConnectBehaviours() {
 }
 
 void frmPowerSearch::subInitForm() {
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    core::Session& session = host_.session();
+    const core::BusyScope busy(session.busy());
     setEnabled(true);
-    subBindLookup(cboItem, grsProducts);
-    if (grsProducts) subFitColumns(cboItem);
-    subBindLookup(cboAction, grsActionCodes);
-    if (grsActionCodes) subFitColumns(cboAction);
-    subBindLookup(cboClerk, grsClerks);
-    subBindLookup(cboRegister, grsReg2Cam);
+    subBindLookup(cboItem, session.grsProducts);
+    if (session.grsProducts) subFitColumns(cboItem);
+    subBindLookup(cboAction, session.grsActionCodes);
+    if (session.grsActionCodes) subFitColumns(cboAction);
+    subBindLookup(cboClerk, session.grsClerks);
+    subBindLookup(cboRegister, session.grsReg2Cam);
     subHideRegisterDetails();
     cboModifier->clear();
     cboModifier->addItems(kModifierTexts);
@@ -352,7 +355,6 @@ void frmPowerSearch::subInitForm() {
     subLoadFixedReports();
     tabReports->setCurrentIndex(1);
     subResetCriteria();
-    QApplication::restoreOverrideCursor();
 }
 
 void frmPowerSearch::subBindLookup(QComboBox* combo,

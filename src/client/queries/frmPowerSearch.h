@@ -9,6 +9,7 @@
 // frmPowerSearchDates.cpp (the date ranges), frmPowerSearchSaved.cpp (saved searches) and
 // frmPowerSearchFixed.cpp (the Fixed Reports list and run).
 
+#include "core/SearchCriteria.h"
 #include "recordset/Recordset.h"
 
 #include <QString>
@@ -30,11 +31,14 @@ class QSpinBox;
 class QTabWidget;
 class QBoxLayout;
 class DateField;
+namespace client {
+class ViewHost;
+}
 
 class frmPowerSearch : public QWidget {
     Q_OBJECT
 public:
-    explicit frmPowerSearch(QWidget* parent = nullptr);
+    explicit frmPowerSearch(client::ViewHost& host, QWidget* parent = nullptr);
     ~frmPowerSearch() override;
 
     // Called by the full connect once the lookups are loaded and the controls enabled.
@@ -46,6 +50,10 @@ public:
     void subResetCriteria();
     // Marks the criteria as no longer those of a saved search (unless a restore is under way).
     void subMarkUnsaved();
+
+    // The criteria the controls hold, and the controls set to hold the given criteria.
+    core::SearchCriteria fncCriteria() const;
+    void subApplyCriteria(const core::SearchCriteria& criteria);
 
     // Query text, built from the controls; the WHERE, time, GROUP and ORDER builders add title
     // pieces to mstrSearchTitle.
@@ -70,6 +78,7 @@ public:
     // previous function; an empty one restores the system clock.
     using NowFunction = std::function<double()>;
     static NowFunction setNowFunction(NowFunction now);
+    static double fncNow();
 
     // Saved searches.
     void subLoadSavedSearches();
@@ -158,8 +167,8 @@ private:
 
     // The date dialog for one field: the picked moment, or nothing when it was cancelled.
     std::optional<double> fncPickDate(const QString& banner, double value, bool hideClock);
-    static double fncNow();
 
+    client::ViewHost& host_;
     bool unloading_ = false;
     // Where the shared date controls and Generate Report sit on each tab.
     std::array<QBoxLayout*, 2> intervalSlot_{};

@@ -3,87 +3,53 @@
 
 #include "queries/frmPowerSearch.h"
 
-#include "app/frmMain.h"
-#include "client/queries/modFixedReports.h"
-#include "link/modError.h"
-#include "link/modMain.h"
-#include "reports/frmReportOutput.h"
-#include "sitelink/SiteLink.h"
-#include "vb/Convert.h"
+#include "core/Session.h"
+#include "core/modError.h"
+#include "core/modFixedReports.h"
+#include "shared/ViewHost.h"
 #include "vb/VbError.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QListWidget>
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-// Reports whose title gains "Critical " when the box limits them to critical codes.
-const QString kActionCodesCategory = u"Action Codes"_s;
-
-vb::Variant column(const char16_t* name) {
-    return queries::grsFixedReports->field(QStringView(name)).value();
-}
-
-// Second stages belong to their first stage and are never offered on their own; an empty flag
-// counts as one.
-bool isListed() {
-    return vb::compare(column(u"fldIssubquery"), vb::Variant(false)) == 0;
-}
-
-QListWidgetItem* reportEntry(const vb::Variant& title, const vb::Variant& id) {
-    auto* entry = new QListWidgetItem(vb::cstr(title));
-    entry->setData(Qt::UserRole, vb::clng(id));
-    return entry;
-}
-
-} // namespace
-
 void frmPowerSearch::subLoadFixedReports() {
-    queries::grsFixedReports.reset();
-    queries::grsFixedReports = frmMain::instance()->TillsightLink().OpenRecordset(
-        u"select * from tblfixedreports order by fldReporttitle"_s, u"Retrieving Fixed Reports"_s);
+    core::Session& session = host_.session();
+    session.subLoadFixedReports();
     lstFixedReports->clear();
-    if (!rs::fncHasRecords(queries::grsFixedReports)) return;
-    rs::Recordset& reports = *queries::grsFixedReports;
-    for (reports.moveFirst(); !reports.eof(); reports.moveNext())
-        if (isListed())
-            lstFixedReports->addItem(
-                reportEntry(column(u"fldReporttitle"), column(u"idfFixedReportID")));
+    for (const modFixedReports::ListedReport& report : modFixedReports::fncListedReports(session)) {
+        auto* entry = new QListWidgetItem(report.title);
+        entry->setData(Qt::UserRole, report.id);
+        lstFixedReports->addItem(entry);
+    }
 }
 
 void frmPowerSearch::subRunFixedReport() {
     const QListWidgetItem* entry = lstFixedReports->currentItem();
     if (mblnBusy || !entry) return;
-    QApplication::setOverrideCursor(Qt::WaitCursor);
+    core::Session& session = host_.session();
+    const core::BusyScope busy(session.busy());
     mblnBusy = true;
     try {
-        queries::grsFixedReports->setFilter(u"idffixedreportID = "_s +
-                                            entry->data(Qt::UserRole).toString());
-        auto view = std::make_unique<frmReportOutput>();
-        const bool criticalTitle =
-            vb::compare(column(u"fldCategory"), vb::Variant(kActionCodesCategory)) == 0 &&
-            chkLimitToCritical->checkState() == Qt::Checked;
-        view->setReportTitle((criticalTitle ? u"Critical "_s : QString()) + entry->text() +
-                             u" - "_s + fncDateRangeText());
-        view->setGroupFirstN(vb::cint(column(u"fldGroupFirstN")));
-        const std::int32_t number = vb::clng(column(u"idffixedreportID"));
+        const std::int32_t number = entry->data(Qt::UserRole).toInt();
+        const auto heading = modFixedReports::fncReportHeading(
+            session, number, entry->text(), chkLimitToCritical->checkState() == Qt::Checked,
+            fncDateRangeText());
+        client::ReportRequest report;
+        report.title = heading.title;
+        report.groupFirstN = heading.groupFirstN;
         const QString criterion = fncTimeCriteria();
         // Any template may use "<Critical>", so the box counts whatever the category; the
         // category only decides the title.
         const bool criticalOnly = chkLimitToCritical->checkState() != Qt::Unchecked;
-        sitelink::SiteLink& link = frmMain::instance()->TillsightLink();
-        view->setRecordset(
-            queries::fncRunFixedReport(number, criterion, criticalOnly, link.SessionIndex()));
-        queries::grsFixedReports->setFilter(QString());
-        view->setReg2CamTable(grsReg2Cam);
-        if (view->Recordset()) frmMain::instance()->showChild(view.release());
+        report.records = modFixedReports::fncRunFixedReport(session, number, criterion,
+                                                            criticalOnly, session.SessionIndex());
+        session.fixedReports().setFilter(QString());
+        report.reg2Cam = session.grsReg2Cam;
+        host_.subShowReport(report);
     } catch (const vb::VbError& error) {
-        modError::subLogError(error, u"frmPowerSearch"_s, u"subRunFixedReport"_s);
+        modError::subLogError(session, error, u"frmPowerSearch"_s, u"subRunFixedReport"_s);
     }
     mblnBusy = false;
-    QApplication::restoreOverrideCursor();
 }

@@ -1,10 +1,10 @@
 #include "reports/ReportGrid.h"
 
+#include "output/GroupingModel.h"
+#include "output/RecordsetModel.h"
 #include "reports/GridBody.h"
 #include "reports/GridHeader.h"
 #include "reports/GroupBand.h"
-#include "reports/GroupingModel.h"
-#include "reports/RecordsetModel.h"
 #include "vb/VbError.h"
 
 #include <QVBoxLayout>

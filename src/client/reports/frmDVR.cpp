@@ -1,8 +1,8 @@
 #include "reports/frmDVR.h"
 
-#include "app/AppGlobals.h"
-#include "app/modShared.h"
+#include "core/AppGlobals.h"
 #include "settings/modIni.h"
+#include "shared/modShared.h"
 #include "vb/VbError.h"
 
 #include <QRadioButton>
@@ -49,7 +49,7 @@ void frmDVR::done(int result) {
     } catch (const vb::VbError& error) {
         modShared::fncMessageBox(
             u"Run-time error '%1':\n\n%2"_s.arg(error.number()).arg(error.description()),
-            app::applicationTitle(), modShared::vbCritical);
+            core::applicationTitle(), modShared::vbCritical);
     }
     QDialog::done(result);
 }

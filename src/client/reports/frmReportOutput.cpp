@@ -1,11 +1,12 @@
 #include "reports/frmReportOutput.h"
 
-#include "app/AppGlobals.h"
-#include "app/modShared.h"
-#include "link/modError.h"
-#include "reports/DvrIpcClient.h"
+#include "core/AppGlobals.h"
+#include "core/modError.h"
+#include "dvr/DvrMethod.h"
 #include "reports/ReportGrid.h"
 #include "reports/modQueries.h"
+#include "shared/ViewHost.h"
+#include "shared/modShared.h"
 #include "vb/Convert.h"
 #include "vb/DateTime.h"
 #include "vb/Format.h"
@@ -16,44 +17,10 @@
 #include <QMdiSubWindow>
 #include <QPushButton>
 #include <QStatusBar>
-#include <QTcpSocket>
-#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-// gDVRMethod: 1 sends text commands over TCP; anything else is the standard IPC method, the
-// default, so a stray value in the settings file still finds the viewer.
-constexpr std::int16_t kDvmsMethod = 1;
-constexpr quint16 kDefaultDvmsPort = 5111;
-// The first tick arms, the second sends: the viewer gets about a second to accept.
-constexpr int kSendDelayMs = 500;
-
-quint16& dvmsPortSetting() {
-    static quint16 port = 0;
-    return port;
-}
-
-QString& viewerIpcNameSetting() {
-    static QString name;
-    return name;
-}
-
-quint16 dvmsPort() {
-    return dvmsPortSetting() != 0 ? dvmsPortSetting() : kDefaultDvmsPort;
-}
-
-QString viewerIpcName() {
-    return viewerIpcNameSetting().isEmpty() ? reports::dvrIpc::defaultServerName()
-                                            : viewerIpcNameSetting();
-}
-
-// "history,2003,03,28,14,05,09,02": the moment, then the camera with at least two digits.
-QString fncDVMSCommand(double when, std::int16_t camera) {
-    return u"history,"_s + vb::formatDate(when, u"yyyy,mm,dd,hh,nn,ss"_s) + u',' +
-           vb::format(vb::Variant(camera), u"00"_s);
-}
 
 QString textOrEmpty(const rs::Recordset& table, QStringView field) {
     const vb::Variant value = table.field(field).value();
@@ -62,18 +29,10 @@ QString textOrEmpty(const rs::Recordset& table, QStringView field) {
 
 } // namespace
 
-struct frmReportOutput::CameraAssignment {
-    QString dvrAddress;
-    QString userName;
-    QString password;
-    std::int16_t camera = 0;
-};
-
 // The assignment at the table's current row, or none when its camera is not set.
-std::optional<frmReportOutput::CameraAssignment>
-frmReportOutput::fncCameraAt(const rs::Recordset& table) {
+std::optional<dvr::CameraAssignment> frmReportOutput::fncCameraAt(const rs::Recordset& table) {
     if (table.field(u"Camera").isNull()) return std::nullopt;
-    CameraAssignment assignment;
+    dvr::CameraAssignment assignment;
     assignment.camera = vb::cint(table.field(u"Camera").value());
     assignment.dvrAddress = textOrEmpty(table, u"DVRAddress");
     assignment.userName = textOrEmpty(table, u"UserName");
@@ -81,18 +40,9 @@ frmReportOutput::fncCameraAt(const rs::Recordset& table) {
     return assignment;
 }
 
-void frmReportOutput::setDvmsPort(quint16 port) {
-    dvmsPortSetting() = port;
-}
-
-void frmReportOutput::setViewerIpcName(const QString& name) {
-    viewerIpcNameSetting() = name;
-}
-
-frmReportOutput::frmReportOutput(QWidget* parent)
-    : QWidget(parent), grid_(new ReportGrid(this)), eframe_(new QWidget(this)),
-      statusBar_(new QStatusBar(this)), panel1_(new QLabel(statusBar_)),
-      WinsockDVR_(new QTcpSocket(this)), TimerDelay_(new QTimer(this)) {
+frmReportOutput::frmReportOutput(client::ViewHost* host, QWidget* parent)
+    : QWidget(parent), host_(host), grid_(new ReportGrid(this)), eframe_(new QWidget(this)),
+      statusBar_(new QStatusBar(this)), panel1_(new QLabel(statusBar_)) {
     setObjectName(u"frmReportOutput"_s);
     setAttribute(Qt::WA_DeleteOnClose);
     eframe_->setObjectName(u"Eframe"_s);
@@ -121,9 +71,6 @@ frmReportOutput::frmReportOutput(QWidget* parent)
             &frmReportOutput::DataList_GroupColumnDropped);
     connect(grid_, &ReportGrid::groupHeadClicked, this, &frmReportOutput::DataList_GroupHeadClick);
     connect(grid_, &ReportGrid::rowDoubleClicked, this, [this] { subDVRSearch(); });
-    WinsockDVR_->setObjectName(u"WinsockDVR"_s);
-    TimerDelay_->setObjectName(u"TimerDelay"_s);
-    connect(TimerDelay_, &QTimer::timeout, this, &frmReportOutput::TimerDelay_Timer);
     resize(sizeHint());
 }
 
@@ -258,10 +205,11 @@ void frmReportOutput::subDVRSearch() {
         subShowRowCamera();
         // Every creator of a view with Date and Time columns passes the table; one that does not
         // gets the message and this failure.
-        if (!mrsReg2Cam) throw vb::VbError(91, u"Object variable or With block variable not set"_s);
+        if (!mrsReg2Cam) vb::raise(vb::err::ObjectNotSet);
         mrsReg2Cam->setFilter(QString());
     } catch (const vb::VbError& error) {
-        modError::subLogError(error, u"frmReportOutput"_s, u"subDVRSearch"_s);
+        if (host_)
+            modError::subLogError(host_->session(), error, u"frmReportOutput"_s, u"subDVRSearch"_s);
     }
 }
 
@@ -277,7 +225,7 @@ void frmReportOutput::subShowRowCamera() {
         const auto assignment =
             rs::fncHasRecords(mrsReg2Cam) ? fncCameraAt(*mrsReg2Cam) : std::nullopt;
         if (assignment) {
-            subShowCamera(*assignment, when);
+            objDVR->showHistory(*assignment, when);
             return;
         }
     }
@@ -294,77 +242,19 @@ double frmReportOutput::fncTransactionTime(std::size_t row) const {
                                  vb::format(cell(1), u"HH:nn:ss"_s)));
 }
 
-void frmReportOutput::subShowCamera(const CameraAssignment& assignment, double when) {
-    if (mintDVRMethod == kDvmsMethod) {
-        mstrDVRCommand = fncDVMSCommand(when, assignment.camera);
-        subSendDVRCommand();
-    } else {
-        // Asked even when the session did not open at load; the client then has nobody to tell.
-        objDVR->ShowHistory(assignment.dvrAddress, assignment.userName, assignment.password,
-                            assignment.camera, when);
-    }
-}
-
-// The viewer never answers and socket trouble is never reported: a command that is lost is asked
-// for again by the user's next search.
-void frmReportOutput::subSendDVRCommand() {
-    switch (WinsockDVR_->state()) {
-    case QAbstractSocket::ConnectedState:
-        WinsockDVR_->write(mstrDVRCommand.toLatin1());
-        break;
-    case QAbstractSocket::ConnectingState:
-        // A search while the last one still waits for its connection gives up on both.
-        WinsockDVR_->abort();
-        mblnSendArmed = false;
-        break;
-    default:
-        subConnectDVRSocket();
-        mblnSendArmed = false;
-        TimerDelay_->start();
-        break;
-    }
-}
-
-void frmReportOutput::subConnectDVRSocket() {
-    // A socket busy looking up or closing cannot start another connect; that failure is silent
-    // like any other here.
-    if (WinsockDVR_->state() != QAbstractSocket::UnconnectedState) return;
-    WinsockDVR_->connectToHost(u"127.0.0.1"_s, dvmsPort());
-}
-
-// The tick after a connect request arms; the next sends whatever state the socket is in by then
-// and stops the timer, so a failed connection is retried once but the command is not resent.
-void frmReportOutput::TimerDelay_Timer() {
-    if (mblnSendArmed) {
-        subSendDVRCommand();
-        TimerDelay_->stop();
-    }
-    mblnSendArmed = !mblnSendArmed;
-}
-
 // The text-command method connects at the first search; the standard method opens its session
 // now, and a view whose viewer did not answer stays usable for everything else.
 void frmReportOutput::subPrepareDVRLink() {
-    if (mintDVRMethod == kDvmsMethod) {
-        mblnSendArmed = false;
-        TimerDelay_->stop();
-        TimerDelay_->setInterval(kSendDelayMs);
-        return;
-    }
-    objDVR = std::make_unique<reports::DvrIpcClient>(viewerIpcName());
-    if (!objDVR->OpenSession())
+    objDVR =
+        dvr::makeDvrMethod(mintDVRMethod, host_ ? host_->dvrEndpoints() : dvr::Endpoints(), this);
+    if (!objDVR->open())
         modShared::fncMessageBox(u"Cannot connect to Kestrel IPC server."_s, QString(),
                                  modShared::vbOKOnly);
 }
 
-// By the method copied at load, whatever the program-wide setting has become since.
+// By the method made at load, whatever the program-wide setting has become since.
 void frmReportOutput::subCloseDVRLink() {
-    if (mintDVRMethod == kDvmsMethod) {
-        TimerDelay_->stop();
-        if (WinsockDVR_->state() != QAbstractSocket::UnconnectedState) WinsockDVR_->close();
-        return;
-    }
-    objDVR->CloseSession();
+    objDVR->close();
 }
 
 void frmReportOutput::cmdExit_Click() {

@@ -16,18 +16,22 @@
 class QLabel;
 class QPushButton;
 class QStatusBar;
-class QTcpSocket;
-class QTimer;
 class ReportGrid;
 
-namespace reports {
-class DvrIpcClient;
+namespace client {
+class ViewHost;
 }
+namespace dvr {
+class DvrMethod;
+struct CameraAssignment;
+} // namespace dvr
 
 class frmReportOutput : public QWidget {
     Q_OBJECT
 public:
-    explicit frmReportOutput(QWidget* parent = nullptr);
+    // The host is where the view logs its failures and finds the video viewer; a view without one
+    // logs nothing and reaches the viewer where it listens by default.
+    explicit frmReportOutput(client::ViewHost* host = nullptr, QWidget* parent = nullptr);
     ~frmReportOutput() override;
 
     // Set by the creator before the view is first shown; the view reads them as it opens.
@@ -57,12 +61,6 @@ public:
     // When the view opened: short date, a blank, "HH:nn:ss".
     QString Generated() const { return mstrGenerated; }
 
-    // Where views opened from now on reach the video viewer: the text-command port on 127.0.0.1
-    // (5111 unless set) and the viewer's IPC name (its default unless set). Tests point views at
-    // listeners of their own; 0 or an empty name restores the default.
-    static void setDvmsPort(quint16 port);
-    static void setViewerIpcName(const QString& name);
-
 protected:
     // The DVR search for the grid's current row. The button checks that a row is current first;
     // a double-click on a row does not.
@@ -88,16 +86,10 @@ private:
     void subCloseDVRLink();
     void subResize();
 
-    // The recorder and camera that watch one register.
-    struct CameraAssignment;
-    static std::optional<CameraAssignment> fncCameraAt(const rs::Recordset& table);
+    static std::optional<dvr::CameraAssignment> fncCameraAt(const rs::Recordset& table);
     void subShowRowCamera();
     // Raises 3021 for a row the set does not have (no current row is one).
     double fncTransactionTime(std::size_t row) const;
-    void subShowCamera(const CameraAssignment& assignment, double when);
-    void subSendDVRCommand();
-    void subConnectDVRSocket();
-    void TimerDelay_Timer();
 
     void cmdAutoSize_Click();
     void cmdDVRSearch_Click();
@@ -115,9 +107,9 @@ private:
     bool mblnDVRCapable = false;
     std::int16_t mintDVRMethod = 0;
     bool mblnEqualWidths = false;
-    bool mblnSendArmed = false;
-    QString mstrDVRCommand;
-    std::unique_ptr<reports::DvrIpcClient> objDVR;
+    std::unique_ptr<dvr::DvrMethod> objDVR;
+
+    client::ViewHost* host_;
 
     ReportGrid* grid_;
     QWidget* eframe_;
@@ -129,6 +121,4 @@ private:
     QPushButton* cmdExit_;
     QStatusBar* statusBar_;
     QLabel* panel1_;
-    QTcpSocket* WinsockDVR_;
-    QTimer* TimerDelay_;
 };

@@ -7,22 +7,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace modQueries {
 
-QString fncColumnFormat(rs::AdoType type, const QString& name) {
-    switch (type) {
-    case rs::AdoType::Single:
-    case rs::AdoType::Double:
-        return u"Fixed"_s;
-    case rs::AdoType::Currency:
-        return u"Currency"_s;
-    case rs::AdoType::Date:
-        if (name == u"Date") return u"ddd, d mmm yyyy"_s;
-        if (name == u"Time") return u"HH:nn:ss"_s;
-        return u"general date"_s;
-    default:
-        return QString();
-    }
-}
-
 void subFormatColumns(ReportGrid& grid, const std::shared_ptr<rs::Recordset>& records) {
     if (!records) return;
     for (int i = 0; i < records->fieldCount(); ++i) {

@@ -3,7 +3,7 @@
 // What the report output view does to its grid's columns: the display format of each column
 // from its field, and the two-way auto-size.
 
-#include "recordset/AdoType.h"
+#include "output/ColumnFormat.h"
 #include "recordset/Recordset.h"
 
 #include <QString>
@@ -13,9 +13,7 @@ class ReportGrid;
 
 namespace modQueries {
 
-// The format a field of this type and exact name shows in: "Fixed", "Currency",
-// "ddd, d mmm yyyy", "HH:nn:ss", "general date", or "" for the grid's own display.
-QString fncColumnFormat(rs::AdoType type, const QString& name);
+using output::fncColumnFormat;
 
 // Formats grid column i from field i. A grid with fewer columns than the set has fields raises
 // 9 at the first missing column; no set formats nothing.

@@ -5,8 +5,10 @@
 // views over them opened as the search view opens them, and on the other end a real listener:
 // a TCP server of the test's own, or the stand-in viewer as a process.
 
+#include "core/Session.h"
+#include "core/TransactionQuery.h"
+#include "core/modFixedReports.h"
 #include "link/modMain.h"
-#include "queries/modFixedReports.h"
 #include "reports/ReportGrid.h"
 #include "reports/frmReportOutput.h"
 
@@ -41,10 +43,10 @@ struct Moved {
 };
 
 // The report columns as the search list names them, with another register column if wanted.
-inline QString searchColumns(
-    const QString& registerColumn = QString::fromUtf16(queries::kRegister) + u" as [Reg]"_s) {
-    return QString::fromUtf16(queries::kTransDate) + u" as [Date], "_s +
-           QString::fromUtf16(queries::kTransTime) + u" as [Time], "_s + registerColumn;
+inline QString searchColumns(const QString& registerColumn = QString::fromUtf16(core::kRegister) +
+                                                             u" as [Reg]"_s) {
+    return QString::fromUtf16(core::kTransDate) + u" as [Date], "_s +
+           QString::fromUtf16(core::kTransTime) + u" as [Time], "_s + registerColumn;
 }
 
 // A TCP listener on the loopback address that keeps what each connection sent.
@@ -134,8 +136,6 @@ protected:
 
     void TearDown() override {
         MainWindowTest::TearDown();
-        frmReportOutput::setDvmsPort(0);
-        frmReportOutput::setViewerIpcName(QString());
         gDVRMethod = savedMethod_;
     }
 
@@ -154,18 +154,21 @@ protected:
             for (const QString& statement : statements)
                 site->execute(statement);
         }
-        modMain::subFullConnect(path, 0);
+        modMain::subFullConnect(*main_, path, 0);
         ASSERT_TRUE(gConnected);
         ASSERT_TRUE(boxes.isEmpty()) << boxes.join(u'\n').toStdString();
     }
 
     // The moved transactions, earliest first, in a report view shown in the main window.
-    frmReportOutput* openReport(const QString& columns = searchColumns(),
-                                const std::shared_ptr<rs::Recordset>& reg2Cam = grsReg2Cam) {
-        auto* view = new frmReportOutput();
+    frmReportOutput* openReport(const QString& columns = searchColumns()) {
+        return openReport(columns, main_->session().grsReg2Cam);
+    }
+    frmReportOutput* openReport(const QString& columns,
+                                const std::shared_ptr<rs::Recordset>& reg2Cam) {
+        auto* view = new frmReportOutput(main_);
         view->setReportTitle(u"Moved"_s);
         view->setRecordset(link().OpenRecordset(
-            u"SELECT "_s + columns + u" "_s + QString::fromUtf16(queries::kTransJoin) +
+            u"SELECT "_s + columns + u" "_s + QString::fromUtf16(core::kTransJoin) +
             u"WHERE tbltrans.fldtranstime < #2003/02/01# ORDER BY tbltrans.fldtranstime"_s));
         view->setReg2CamTable(reg2Cam);
         main_->showChild(view);
@@ -208,7 +211,7 @@ protected:
     void SetUp() override {
         DvrTest::SetUp();
         ASSERT_NE(listener_.port(), 0);
-        frmReportOutput::setDvmsPort(listener_.port());
+        main_->setDvrEndpoints({listener_.port(), dvr::Endpoints().ipcName});
         gDVRMethod = 1;
     }
 

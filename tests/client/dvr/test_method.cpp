@@ -3,7 +3,7 @@
 
 #include "DvrTest.h"
 
-#include "app/AppGlobals.h"
+#include "core/AppGlobals.h"
 #include "reports/frmDVR.h"
 #include "settings/modIni.h"
 
@@ -59,8 +59,7 @@ TEST_F(MethodTest, TheDialogOpensOnTheCurrentMethodAndSavesTheChoiceHoweverItClo
 TEST_F(MethodTest, ViewsKeepTheMethodTheyOpenedWith) {
     ViewerProcess viewer(dir_.filePath(u"viewer.log"_s));
     ASSERT_TRUE(viewer.listening());
-    frmReportOutput::setViewerIpcName(viewer.ipcName());
-    frmReportOutput::setDvmsPort(viewer.dvmsPort());
+    main_->setDvrEndpoints({viewer.dvmsPort(), viewer.ipcName()});
     gDVRMethod = 0;
     connectDemoCopy({{1, u"2003/01/05 08:04:02"_s, 3}},
                     {u"UPDATE tblreg SET fldregDVRAddress = 'nvr', fldregdvrusername = 'night', "
@@ -90,7 +89,7 @@ TEST_F(MethodTest, AChoiceTheFileCannotTakeHoldsForThisRunAndTheUserIsTold) {
     dialog.optMethod(1)->click();
     dialog.accept();
     EXPECT_EQ(gDVRMethod, 1);
-    EXPECT_EQ(boxes, QStringList{app::applicationTitle() +
+    EXPECT_EQ(boxes, QStringList{core::applicationTitle() +
                                  u"|Run-time error '75':\n\nPath/File access error|16"_s});
 }
 

@@ -3,7 +3,7 @@
 
 #include "DvrTest.h"
 
-#include "app/AppGlobals.h"
+#include "core/AppGlobals.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ protected:
 TEST_F(StandardTest, EachSearchAsksTheViewerForTheRecorderAccountCameraAndMomentOfItsRow) {
     ViewerProcess viewer(dir_.filePath(u"viewer.log"_s));
     ASSERT_TRUE(viewer.listening());
-    frmReportOutput::setViewerIpcName(viewer.ipcName());
+    main_->setDvrEndpoints({dvr::Endpoints::kDefaultDvmsPort, viewer.ipcName()});
     connectDemoCopy({{1, u"2003/01/05 08:04:02"_s, 3}, {2, u"2003/01/28 14:05:09"_s, 5}},
                     {u"UPDATE tblreg SET fldregDVRAddress = 'nvr-east.local', "
                      u"fldregdvrusername = 'night', fldregdvrpassword = 'pa ss', fldregcam = 3 "
@@ -38,12 +38,13 @@ TEST_F(StandardTest, EachSearchAsksTheViewerForTheRecorderAccountCameraAndMoment
 }
 
 TEST_F(StandardTest, AViewWhoseViewerDoesNotAnswerSaysSoOnceAndStaysUsable) {
-    frmReportOutput::setViewerIpcName(
-        u"tillsight-dvr-test-nobody-%1"_s.arg(QCoreApplication::applicationPid()));
+    main_->setDvrEndpoints(
+        {dvr::Endpoints::kDefaultDvmsPort,
+         u"tillsight-dvr-test-nobody-%1"_s.arg(QCoreApplication::applicationPid())});
     connectDemoCopy({{1, u"2003/01/05 08:04:02"_s, 3}});
     frmReportOutput* view = openReport();
-    EXPECT_EQ(boxes,
-              QStringList{app::applicationTitle() + u"|Cannot connect to Kestrel IPC server.|0"_s});
+    EXPECT_EQ(boxes, QStringList{core::applicationTitle() +
+                                 u"|Cannot connect to Kestrel IPC server.|0"_s});
     search(view, 0);
     closeView(view);
     EXPECT_EQ(boxes.size(), 1);

@@ -5,6 +5,7 @@
 // site's rows straight from its SQLite file.
 
 #include "app/frmMain.h"
+#include "core/Session.h"
 #include "jet/SqliteDatabase.h"
 #include "link/modMain.h"
 #include "queries/DateField.h"
@@ -85,7 +86,7 @@ protected:
     }
 
     void connectDemo() {
-        modMain::subFullConnect(demoSite().path, 0);
+        modMain::subFullConnect(*main_, demoSite().path, 0);
         ASSERT_TRUE(gConnected);
     }
 

@@ -3,7 +3,7 @@
 
 #include "PowerSearchTest.h"
 
-#include "app/AppGlobals.h"
+#include "core/AppGlobals.h"
 
 #include <QGroupBox>
 #include <QPushButton>
@@ -21,7 +21,7 @@ protected:
     QString start() { return view().fdtStartTime->queryText(); }
     QString end() { return view().fdtEndTime->queryText(); }
     QString message(const QString& text) const {
-        return app::applicationTitle() + u'|' + text + u"|0"_s;
+        return core::applicationTitle() + u'|' + text + u"|0"_s;
     }
 };
 

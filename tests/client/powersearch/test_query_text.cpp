@@ -4,9 +4,9 @@
 
 #include "PowerSearchTest.h"
 
-#include "app/AppGlobals.h"
-#include "app/frmKestrelMessage.h"
+#include "core/AppGlobals.h"
 #include "link/modMain.h"
+#include "shared/frmKestrelMessage.h"
 #include "sitelink/SiteLink.h"
 #include "vb/Convert.h"
 
@@ -134,7 +134,7 @@ TEST_F(QueryText, TheItemAndRegisterExampleReadsAndRunsAsWritten) {
 }
 
 TEST_F(QueryText, EachCriterionGivesItsConditionAndTitlePieceAndTheSiteAgrees) {
-    const QString clerk = vb::cstr(grsClerks->valueAt(0, 0));
+    const QString clerk = vb::cstr(main_->session().grsClerks->valueAt(0, 0));
     const QString clerkText = u"tblactors.fldactorcode  = \""_s + clerk + u"\" "_s;
     auto price = [](int position, const QString& text, bool abs = false) {
         return [=](frmPowerSearch& v) {
@@ -291,7 +291,7 @@ TEST_F(QueryText, ARefusedQueryOpensNoViewAndABusyViewRunsNothing) {
 class FailedRun : public testsupport::PowerSearchTest {};
 
 TEST_F(FailedRun, IsLoggedAndLeavesTheViewBusyForGood) {
-    modMain::subFullConnect(sitePath_, 0);
+    modMain::subFullConnect(*main_, sitePath_, 0);
     ASSERT_TRUE(gConnected);
     frmPowerSearch& v = view();
     v.optDateTimeRange_Click(9);

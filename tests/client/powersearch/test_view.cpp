@@ -101,9 +101,10 @@ TEST_F(SearchView, AFullConnectFillsTheViewAndOpensThePowerSearch) {
 TEST_F(SearchView, LookupsListEveryColumnAndPickTheFirst) {
     connectDemo();
     frmPowerSearch& v = view();
-    EXPECT_EQ(static_cast<std::size_t>(v.cboItem->count()), grsProducts->recordCount());
+    EXPECT_EQ(static_cast<std::size_t>(v.cboItem->count()),
+              main_->session().grsProducts->recordCount());
     v.cboClerk->setCurrentIndex(2);
-    EXPECT_EQ(v.cboClerk->currentText(), vb::cstr(grsClerks->valueAt(2, 0)));
+    EXPECT_EQ(v.cboClerk->currentText(), vb::cstr(main_->session().grsClerks->valueAt(2, 0)));
 
     auto* registers = qobject_cast<QTableView*>(v.cboRegister->view());
     ASSERT_TRUE(registers);

@@ -1,16 +1,17 @@
+#include "output/GroupingModel.h"
 #include "reports/GridBody.h"
 #include "reports/GridHeader.h"
 #include "reports/GroupBand.h"
-#include "reports/GroupingModel.h"
 #include "reports/ReportGrid.h"
 #include "reports/frmReportOutput.h"
 #include "reports/modQueries.h"
 
 #include "../shared/MainWindowTest.h"
-#include "app/AppGlobals.h"
+#include "core/AppGlobals.h"
+#include "core/TransactionQuery.h"
+#include "core/modError.h"
+#include "core/modFixedReports.h"
 #include "jet/SqliteDatabase.h"
-#include "link/modError.h"
-#include "queries/modFixedReports.h"
 #include "recordset/RecordsetTestData.h"
 #include "support/DemoSite.h"
 #include "support/GuiTestSupport.h"
@@ -55,11 +56,10 @@ const QString kOneDay = u" WHERE tbltrans.fldtranstime >= #2003/03/27# "
 
 // The search list's leading columns, for one day of the demo site (or none of it).
 std::shared_ptr<rs::Recordset> transactions(const QString& where = kOneDay) {
-    return demo().query(u"SELECT "_s + sql(queries::kTransDate) + u" as [Date], "_s +
-                        sql(queries::kTransTime) + u" as [Time], "_s + sql(queries::kRegister) +
+    return demo().query(u"SELECT "_s + sql(core::kTransDate) + u" as [Date], "_s +
+                        sql(core::kTransTime) + u" as [Time], "_s + sql(core::kRegister) +
                         u" as [Reg], tblTrans.fldTransPrice As [Price], "_s +
-                        u"lkpActions.fldActionCode AS [Action] "_s + sql(queries::kTransJoin) +
-                        where);
+                        u"lkpActions.fldActionCode AS [Action] "_s + sql(core::kTransJoin) + where);
 }
 
 int countOf(const QString& query) {
@@ -130,7 +130,7 @@ protected:
 
 TEST_F(ReportOutputTest, ASetWithRowsShowsItsCountAndEnablesItsButtons) {
     const auto records = transactions();
-    const int count = countOf(u"SELECT count(*) "_s + sql(queries::kTransJoin) + kOneDay);
+    const int count = countOf(u"SELECT count(*) "_s + sql(core::kTransJoin) + kOneDay);
     ASSERT_GT(count, 1);
     open(records, u"Transactions"_s);
 
@@ -242,8 +242,8 @@ TEST_F(ReportOutputTest, DVRSearchButtonWantsACurrentRowADoubleClickDoesNot) {
     open(transactions());
     gDVRMethod = saved;
     button("cmdDVRSearch")->click();
-    EXPECT_EQ(boxes,
-              QStringList{app::applicationTitle() + u"|You must select a transaction to view|0"_s});
+    EXPECT_EQ(boxes, QStringList{core::applicationTitle() +
+                                 u"|You must select a transaction to view|0"_s});
     EXPECT_EQ(view_->searches, 0);
 
     QTest::mouseClick(body().viewport(), Qt::LeftButton, {}, centreOfLine(2));
@@ -259,12 +259,11 @@ TEST_F(ReportOutputTest, DVRSearchButtonWantsACurrentRowADoubleClickDoesNot) {
 }
 
 TEST_F(ReportOutputTest, GroupFirstNGroupsTheLeadingColumnsAndSortsThemAsTagged) {
-    const auto records =
-        demo().query(u"SELECT "_s + sql(queries::kRegister) +
-                     u" as [Reg], lkpActions.fldActionCode AS [Action], "_s +
-                     u"count(*) AS [Lines] "_s + sql(queries::kTransJoin) +
-                     u" GROUP BY tbltrans.fldtransregnum, lkpActions.fldActionCode "_s +
-                     u"ORDER BY count(*) DESC"_s);
+    const auto records = demo().query(
+        u"SELECT "_s + sql(core::kRegister) +
+        u" as [Reg], lkpActions.fldActionCode AS [Action], "_s + u"count(*) AS [Lines] "_s +
+        sql(core::kTransJoin) + u" GROUP BY tbltrans.fldtransregnum, lkpActions.fldActionCode "_s +
+        u"ORDER BY count(*) DESC"_s);
     open(records, u"Fixed"_s, 2);
 
     EXPECT_EQ(grid().groupColumns(), (QList<int>{0, 1}));
@@ -509,8 +508,8 @@ protected:
 
 TEST_F(RemoteLogTest, TheLogOpensInAReportViewTitledTillsightLog) {
     connectSite();
-    modError::subLogError(5, u"first"_s, u"x"_s, u"y"_s, u"frmA"_s, u"subA"_s);
-    modError::subLogError(6, u"second"_s, u"x"_s, u"y"_s, u"frmB"_s, u"subB"_s);
+    modError::subLogError(main_->session(), 5, u"first"_s, u"x"_s, u"y"_s, u"frmA"_s, u"subA"_s);
+    modError::subLogError(main_->session(), 6, u"second"_s, u"x"_s, u"y"_s, u"frmB"_s, u"subB"_s);
     viewRemoteLog();
     const auto views = reportViews();
     ASSERT_EQ(views.size(), 1);

@@ -3,14 +3,15 @@
 // A connected main window over a demo site of the test's own: saved searches and Fixed Reports
 // write to the site, so every test starts from a fresh copy of one demo site made per program.
 
-#include "app/AppGlobals.h"
-#include "app/frmKestrelMessage.h"
 #include "app/frmMain.h"
+#include "core/AppGlobals.h"
+#include "core/Session.h"
 #include "link/modMain.h"
 #include "queries/DateField.h"
 #include "queries/frmPowerSearch.h"
 #include "reports/frmReportOutput.h"
 #include "settings/SettingsPath.h"
+#include "shared/frmKestrelMessage.h"
 #include "sitelink/SiteLink.h"
 #include "vb/Convert.h"
 #include "vb/DateTime.h"
@@ -46,7 +47,7 @@ protected:
             dir_.filePath(QStringLiteral("tillsight.ini")));
         main_ = new frmMain;
         main_->show();
-        modMain::subFullConnect(sitePath, 0);
+        modMain::subFullConnect(*main_, sitePath, 0);
         ASSERT_TRUE(gConnected);
     }
 

@@ -4,7 +4,7 @@
 
 #include "SavedReportsTest.h"
 
-#include "client/queries/modFixedReports.h"
+#include "core/modFixedReports.h"
 
 #include <QCheckBox>
 #include <QListWidget>
@@ -113,7 +113,7 @@ TEST_F(FixedReports, ARunOpensAReportViewWithTheTitleTheRangeAndTheGrouping) {
         EXPECT_EQ(report->GroupFirstN(), vb::cint(column(id, "fldGroupFirstN")));
     }
     EXPECT_EQ(sumOf(reportViews().front()->Recordset(), u"Count"_s), transactions(false));
-    EXPECT_TRUE(queries::grsFixedReports->filter().isEmpty());
+    EXPECT_TRUE(main_->session().grsFixedReports->filter().isEmpty());
     EXPECT_FALSE(view()->mblnBusy);
 }
 
@@ -166,7 +166,8 @@ TEST_F(FixedReports, ATwoStageReportRunsAgainAndAgainUnderItsSecondStageCaption)
         rows(u"select * from tblTemp"_s + QString::number(link().SessionIndex()))));
 
     // The Daily Summary calls the runner itself.
-    const auto direct = queries::fncRunFixedReport(25, kRange, false, link().SessionIndex());
+    const auto direct = modFixedReports::fncRunFixedReport(main_->session(), 25, kRange, false,
+                                                           link().SessionIndex());
     ASSERT_TRUE(direct);
     EXPECT_EQ(direct->recordCount(), reportViews().back()->Recordset()->recordCount());
 }

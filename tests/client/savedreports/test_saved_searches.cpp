@@ -58,7 +58,7 @@ protected:
 
 TEST_F(SavedSearches, ACustomSearchComesBackControlByControlAndKeepsItsTitle) {
     frmPowerSearch* v = view();
-    const QString clerk = vb::cstr(grsClerks->field(0).value());
+    const QString clerk = vb::cstr(main_->session().grsClerks->field(0).value());
     const double start = moment(2003, 3, 23, 14, 5, 9);
     const double end = moment(2003, 3, 24, 6, 30, 0);
     v->optSearchType[1]->click();

@@ -3,31 +3,23 @@
 // A main window over a settings file of the test's own, and a site file of the test's own that
 // the window's link can connect to.
 
-#include "app/AppGlobals.h"
 #include "app/frmMain.h"
-#include "settings/SettingsPath.h"
-#include "site/SiteSchema.h"
+#include "core/AppGlobals.h"
+#include "core/Session.h"
 #include "sitelink/SiteLink.h"
 
 #include "support/GuiTestSupport.h"
+#include "support/SiteFilesTest.h"
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QFile>
-#include <QTemporaryDir>
-#include <memory>
 
 namespace testsupport {
 
-class MainWindowTest : public GuiTest {
+class MainWindowTest : public SiteFilesTest<GuiTest> {
 protected:
     void SetUp() override {
-        GuiTest::SetUp();
-        ASSERT_TRUE(dir_.isValid());
-        writeSettings("");
-        settingsOverride_ = std::make_unique<settings::SettingsFileOverride>(settingsPath());
-        sitePath_ = dir_.filePath(QStringLiteral("log.tsite"));
-        site::initSite(sitePath_, false);
+        SiteFilesTest::SetUp();
         main_ = new frmMain();
     }
 
@@ -35,15 +27,7 @@ protected:
         // Closing disconnects the link, and the window deletes itself.
         if (main_) main_->close();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        settingsOverride_.reset();
-        GuiTest::TearDown();
-    }
-
-    QString settingsPath() const { return dir_.filePath(QStringLiteral("tillsight.ini")); }
-    void writeSettings(const QByteArray& contents) {
-        QFile file(settingsPath());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(contents);
+        SiteFilesTest::TearDown();
     }
 
     sitelink::SiteLink& link() { return main_->TillsightLink(); }
@@ -53,9 +37,6 @@ protected:
         ASSERT_TRUE(gConnected);
     }
 
-    QTemporaryDir dir_;
-    std::unique_ptr<settings::SettingsFileOverride> settingsOverride_;
-    QString sitePath_;
     QPointer<frmMain> main_;
 };
 

@@ -1,9 +1,9 @@
 #include "MainWindowTest.h"
 
 #include "app/frmAbout.h"
-#include "app/frmKestrelMessage.h"
 #include "app/frmProgressBar.h"
-#include "app/modShared.h"
+#include "shared/frmKestrelMessage.h"
+#include "shared/modShared.h"
 
 #include <QComboBox>
 #include <QLabel>
@@ -31,17 +31,17 @@ using StatusPanelTest = testsupport::MainWindowTest;
 TEST_F(StatusPanelTest, TextGainsATrailingBlankAndEmptyTextHidesThePanel) {
     QLabel* panel = main_->statusPanel(u"Dates"_s);
     ASSERT_NE(panel, nullptr);
-    modShared::subSetStatusPanel(u"Dates"_s, u"3/1/2003 - 3/28/2003"_s);
+    main_->subSetStatusPanel(u"Dates"_s, u"3/1/2003 - 3/28/2003"_s);
     EXPECT_FALSE(panel->isHidden());
     EXPECT_EQ(panel->text(), u"3/1/2003 - 3/28/2003 "_s);
     EXPECT_EQ(panel->toolTip(), u"3/1/2003 - 3/28/2003"_s);
 
-    modShared::subSetStatusPanel(u"Dates"_s, QString());
+    main_->subSetStatusPanel(u"Dates"_s, QString());
     EXPECT_TRUE(panel->isHidden());
     EXPECT_EQ(panel->text(), QString());
     EXPECT_EQ(panel->toolTip(), QString());
 
-    modShared::subSetStatusPanel(u"Dates"_s, u" - "_s);
+    main_->subSetStatusPanel(u"Dates"_s, u" - "_s);
     EXPECT_FALSE(panel->isHidden());
     EXPECT_EQ(panel->text(), u" -  "_s);
     EXPECT_EQ(panel->toolTip(), u" - "_s);
@@ -77,7 +77,7 @@ TEST_F(SharedViewTest, MessageViewKeepsWhatItShowsUntilReopened) {
 
     // An empty banner falls back to the application title.
     modShared::subShowMessage(u"Error 7: third"_s, QString());
-    EXPECT_EQ(view->windowTitle(), app::applicationTitle());
+    EXPECT_EQ(view->windowTitle(), core::applicationTitle());
     EXPECT_EQ(view->shownMessage(), u"Error 7: third"_s);
     EXPECT_TRUE(onTop(*view));
 }
@@ -102,7 +102,7 @@ TEST_F(SharedViewTest, MessageBoxStyleChoosesButtonsIconAndDefault) {
 
     EXPECT_EQ(pressed, modShared::vbNo);
     EXPECT_EQ(seen, (QStringList{
-                        app::applicationTitle(), QString::number(QMessageBox::Question),
+                        core::applicationTitle(), QString::number(QMessageBox::Question),
                         QString::number(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel),
                         QString::number(QMessageBox::No)}));
 }
@@ -194,16 +194,16 @@ TEST_F(SharedViewTest, ProgressWindowShowsThePercentage) {
 
 TEST_F(SharedViewTest, AboutShowsTitleAndVersion) {
     frmAbout about;
-    const QString title = app::applicationTitle();
+    const QString title = core::applicationTitle();
     EXPECT_EQ(about.windowTitle(), u"About "_s + title);
     EXPECT_TRUE(onTop(about));
     EXPECT_EQ(about.aboutText(),
-              u"\r\n"_s + title + u"\r\n\r\nVersion "_s + app::versionText() + u"\r\n\r\n"_s);
+              u"\r\n"_s + title + u"\r\n\r\nVersion "_s + core::versionText() + u"\r\n\r\n"_s);
     auto* box = about.findChild<QPlainTextEdit*>(u"txtAbout"_s);
     ASSERT_NE(box, nullptr);
     EXPECT_TRUE(box->isReadOnly());
     EXPECT_EQ(box->toPlainText(),
-              u"\n"_s + title + u"\n\nVersion "_s + app::versionText() + u"\n\n"_s);
+              u"\n"_s + title + u"\n\nVersion "_s + core::versionText() + u"\n\n"_s);
 
     about.show();
     QTest::mouseClick(about.findChild<QPushButton*>(u"cmdOK"_s), Qt::LeftButton);

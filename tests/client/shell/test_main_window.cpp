@@ -2,15 +2,16 @@
 // bar shows, the link's events, the enabling that follows the connection, Close All, and the
 // hand-over from a second start.
 
-#include "app/AppGlobals.h"
 #include "app/Main.h"
-#include "app/frmKestrelMessage.h"
 #include "app/frmMain.h"
+#include "core/AppGlobals.h"
+#include "core/Session.h"
 #include "link/frmToolbar.h"
 #include "link/modMain.h"
 #include "queries/DateField.h"
 #include "queries/frmPowerSearch.h"
 #include "settings/SettingsPath.h"
+#include "shared/frmKestrelMessage.h"
 #include "site/SiteSchema.h"
 #include "sitelink/SiteLink.h"
 
@@ -89,7 +90,7 @@ TEST_F(MainWindow, StartsNotConnectedWithTheSearchViewDisabled) {
 
 TEST_F(MainWindow, AFullConnectFillsTheStatusBarLoadsTheLookupsAndSaysItIsReady) {
     const auto& demo = testsupport::demoSite();
-    modMain::subFullConnect(demo.path, 0);
+    modMain::subFullConnect(*main_, demo.path, 0);
     ASSERT_TRUE(gConnected);
     EXPECT_TRUE(boxes.isEmpty()) << boxes.join(u'\n').toStdString();
 
@@ -103,10 +104,11 @@ TEST_F(MainWindow, AFullConnectFillsTheStatusBarLoadsTheLookupsAndSaysItIsReady)
     EXPECT_TRUE(dates.contains(u" |"_s)); // the trailing blank before the tooltip
     EXPECT_TRUE(panel(u"QueryTime"_s).startsWith(u"Last Op: "_s));
 
-    ASSERT_TRUE(grsProducts && grsActionCodes && grsClerks && grsReg2Cam);
-    EXPECT_EQ(grsActionCodes->recordCount(), 13u);
-    EXPECT_EQ(grsReg2Cam->fieldCount(), 5);
-    EXPECT_EQ(grsClerks->field(1).name(), u"Name"_s);
+    ASSERT_TRUE(main_->session().grsProducts && main_->session().grsActionCodes &&
+                main_->session().grsClerks && main_->session().grsReg2Cam);
+    EXPECT_EQ(main_->session().grsActionCodes->recordCount(), 13u);
+    EXPECT_EQ(main_->session().grsReg2Cam->fieldCount(), 5);
+    EXPECT_EQ(main_->session().grsClerks->field(1).name(), u"Name"_s);
 
     EXPECT_TRUE(searchControlsEnabled());
     EXPECT_EQ(main_->powerSearch()->tabReports->currentIndex(), 1);
@@ -118,13 +120,13 @@ TEST_F(MainWindow, AFullConnectFillsTheStatusBarLoadsTheLookupsAndSaysItIsReady)
 
 TEST_F(MainWindow, AnEmptySiteShowsNoTransactionsAndAnEmptyRange) {
     site::initSite(dir_.filePath(u"empty.tsite"_s), false);
-    modMain::subFullConnect(dir_.filePath(u"empty.tsite"_s), 0);
+    modMain::subFullConnect(*main_, dir_.filePath(u"empty.tsite"_s), 0);
     EXPECT_EQ(panel(u"Transactions"_s), u"0 Transactions |0 Transactions"_s);
     EXPECT_EQ(panel(u"Dates"_s), u" -  | - "_s);
 }
 
 TEST_F(MainWindow, DisconnectingHidesEveryPanelButStatusAndDisablesWhatNeedsTheSite) {
-    modMain::subFullConnect(testsupport::demoSite().path, 0);
+    modMain::subFullConnect(*main_, testsupport::demoSite().path, 0);
     ASSERT_TRUE(gConnected);
     asterisks = 0;
     main_->TillsightLink().Disconnect();
@@ -139,13 +141,13 @@ TEST_F(MainWindow, DisconnectingHidesEveryPanelButStatusAndDisablesWhatNeedsTheS
     // The search view is made again when it had been closed.
     main_->closeAllViews();
     ASSERT_TRUE(main_->mdiArea()->subWindowList().isEmpty());
-    modMain::subFullConnect(testsupport::demoSite().path, 0);
+    modMain::subFullConnect(*main_, testsupport::demoSite().path, 0);
     main_->TillsightLink().Disconnect();
     EXPECT_EQ(main_->mdiArea()->subWindowList().size(), 1);
 }
 
 TEST_F(MainWindow, LinkErrorsShowTheMessageViewAndAFailedReadTheConnectMessage) {
-    modMain::subFullConnect(dir_.filePath(u"missing.tsite"_s), 0);
+    modMain::subFullConnect(*main_, dir_.filePath(u"missing.tsite"_s), 0);
     EXPECT_FALSE(gConnected);
     EXPECT_TRUE(boxes.isEmpty()); // the link's own event said it
     auto* message = frmKestrelMessage::instance();
@@ -159,7 +161,7 @@ TEST_F(MainWindow, LinkErrorsShowTheMessageViewAndAFailedReadTheConnectMessage) 
     // A site without transactions table connects, then its statistics fail.
     const QString broken = dir_.filePath(u"broken.tsite"_s);
     site::initSite(broken, false)->execute(u"DROP TABLE tblTrans"_s);
-    modMain::subFullConnect(broken, 0);
+    modMain::subFullConnect(*main_, broken, 0);
     EXPECT_TRUE(gConnected); // nothing is undone
     ASSERT_EQ(boxes.size(), 1);
     EXPECT_EQ(boxes[0], u"Tillsight Network Client|Object variable or With block variable not "
@@ -214,13 +216,13 @@ TEST_F(MainWindow, ASecondStartBringsTheFirstWindowForwardAndEnds) {
     const QString name = u"tillsight-test-%1"_s.arg(QCoreApplication::applicationPid());
     app::listenForLaterInstances(main_, name);
     main_->showMinimized();
-    const QString title = app::applicationTitle();
+    const QString title = core::applicationTitle();
     EXPECT_TRUE(app::fncAlreadyRunning(title, name));
-    EXPECT_EQ(app::applicationTitle(), u"Doomed "_s + title);
-    app::setApplicationTitle(title);
+    EXPECT_EQ(core::applicationTitle(), u"Doomed "_s + title);
+    core::setApplicationTitle(title);
     EXPECT_TRUE(QTest::qWaitFor([this] { return !main_->isMinimized(); }));
     EXPECT_TRUE(main_->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
 
     EXPECT_FALSE(app::fncAlreadyRunning(title, name + u"-nobody"_s));
-    EXPECT_EQ(app::applicationTitle(), title);
+    EXPECT_EQ(core::applicationTitle(), title);
 }

@@ -65,7 +65,7 @@ protected:
         settings::subSaveSites();
         forgetSites();
         main = new frmMain; // loads the sites back from the file
-        dialog = new frmSites(main);
+        dialog = new frmSites(main->session(), main->toolbar(), main);
         dialog->show();
     }
 
@@ -268,7 +268,7 @@ TEST_F(SitesDialog, ShowsModallyOverTheMainWindow) {
         for (QWidget* window : QApplication::topLevelWidgets()) // never wait on a person
             if (auto* sites = qobject_cast<frmSites*>(window)) sites->reject();
     });
-    showSitesDialog();
+    main->menuItem(u"mnuSites"_s)->trigger(); // Options > Sites
     EXPECT_EQ(shown, u"frmSites");
 }
 

@@ -1,5 +1,5 @@
-#include "app/AppGlobals.h"
 #include "app/frmMain.h"
+#include "core/AppGlobals.h"
 #include "link/frmToolbar.h"
 #include "link/modRAS.h"
 #include "settings/SettingsPath.h"

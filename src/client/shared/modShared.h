@@ -1,0 +1,59 @@
+#pragma once
+
+// The small procedures every view shares: the message view, message boxes, the asterisk sound,
+// always-on-top placement, enabling a view's controls, select-all on focus and mail links.
+
+#include "core/Feedback.h"
+#include "recordset/Recordset.h"
+#include "vb/Strings.h"
+
+#include <QString>
+#include <functional>
+#include <memory>
+
+class QDialog;
+class QPushButton;
+class QWidget;
+
+namespace modShared {
+
+// The message box's codes are the core's, so a view and the core ask alike.
+using namespace core::msgbox;
+
+// Message first, banner second: the order callers have always used.
+void subShowMessage(const QString& message, const QString& banner);
+
+// An empty title becomes the application title. Returns the button pressed.
+int fncMessageBox(const QString& text, const QString& title, int style);
+
+// The platform's "information" sound, not waited for.
+void subPlayAsterisk();
+// In and out of the always-on-top layer; the window keeps its place and size.
+void subFormOnTop(QWidget* view);
+void subFormNotOnTop(QWidget* view);
+// Selects the whole text of the focused box. A box reached this way becomes a tab stop.
+void subSelectAllText();
+// Opens the mail program on "mailto:" with blanks and line breaks of the subject and body
+// percent-encoded; the address is passed as it is.
+void subSendMailLink(QWidget* owner, const QString& address, QString subject, QString body);
+
+// Enables or disables every control of the view; a control that refuses is skipped.
+void subEnableControls(QWidget* view, bool enabled);
+
+using rs::fncHasRecords;
+// The small views' common frame: `body` over a lone default "OK" button (named cmdOK) that
+// accepts the dialog. Returns the button.
+QPushButton* layOutWithOkButton(QDialog* dialog, QWidget* body);
+
+using vb::fncReplace;
+
+// Seams for tests: what a message box answers, and what is done with the asterisk sound and a
+// mail link. Each returns the previous handler; an empty handler restores the real behaviour.
+using MessageBoxHandler = std::function<int(const QString& text, const QString& title, int style)>;
+MessageBoxHandler setMessageBoxHandler(MessageBoxHandler handler);
+using SoundHandler = std::function<void()>;
+SoundHandler setAsteriskHandler(SoundHandler handler);
+using UrlHandler = std::function<void(const QString& url)>;
+UrlHandler setMailLinkHandler(UrlHandler handler);
+
+} // namespace modShared

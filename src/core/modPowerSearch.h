@@ -1,0 +1,33 @@
+#pragma once
+
+// The Power Search's query text, clause by clause, with the report title built beside it. Every
+// blank of these texts is what sites and their stored templates were written against, so none may
+// change. The title is the caller's own: each builder adds its pieces to the title it is given.
+
+#include "core/SearchCriteria.h"
+
+#include <QString>
+
+namespace modPowerSearch {
+
+QString fncSelectClause(const core::SearchCriteria& criteria);
+QString fncFromClause();
+// Starts the title afresh ("All" when no criterion is set).
+QString fncWhereClause(const core::SearchCriteria& criteria, QString& title);
+QString fncTimeCriteria(const core::SearchCriteria& criteria, QString& title);
+QString fncGroupClause(const core::SearchCriteria& criteria, QString& title);
+QString fncOrderClause(QString& title);
+void subAddToTitle(QString& title, const QString& piece);
+
+// The whole query, clauses in their order (the title reads criteria, then dates, then the type),
+// and the title it builds.
+struct SearchText {
+    QString query;
+    QString title;
+};
+SearchText fncSearchText(const core::SearchCriteria& criteria);
+
+// The title of a run of a saved search: its stored title and the range it covers.
+QString fncSavedSearchTitle(const QString& savedTitle, const core::SearchCriteria& criteria);
+
+} // namespace modPowerSearch

@@ -1,0 +1,16 @@
+#pragma once
+
+// The display format of a report column, decided by its field alone, so a grid, a page and a file
+// show a column alike.
+
+#include "recordset/AdoType.h"
+
+#include <QString>
+
+namespace output {
+
+// The format a field of this type and exact name shows in: "Fixed", "Currency",
+// "ddd, d mmm yyyy", "HH:nn:ss", "general date", or "" for the plain display.
+QString fncColumnFormat(rs::AdoType type, const QString& name);
+
+} // namespace output
