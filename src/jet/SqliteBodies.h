@@ -1,6 +1,7 @@
 #pragma once
 
-// The SQLite bodies of the dialect's functions, for the table that registers them.
+// The SQLite bodies of the dialect's functions. The registry (FunctionRegistry.cpp) is the one
+// place that names them, and the only file that includes this one.
 //
 // The functions follow the value runtime (src/vb): the same conversions, formats and errors as
 // the client.

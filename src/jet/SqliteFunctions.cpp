@@ -1,6 +1,9 @@
 #include "jet/SqliteFunctions.h"
 
-#include "jet/SqliteBodies.h"
+#include "jet/FunctionRegistry.h"
+#include "jet/JetLike.h"
+#include "jet/SqliteCall.h"
+#include "jet/Storage.h"
 
 #include <QString>
 #include <stdexcept>
@@ -12,6 +15,10 @@ namespace jet {
 namespace {
 
 using namespace jet::sqlite;
+
+// The dialect's functions are registered from the registry, which names their bodies
+// (SqliteBodies.h). Here are only the generator's own helpers, which the dialect cannot call by
+// name: operators SQLite has no equal of, and the wrappers the generator puts around values.
 
 // ---- operators ----
 
@@ -89,117 +96,24 @@ int collateText(void*, int lengthA, const void* a, int lengthB, const void* b) n
 
 // ---- registration ----
 
-using SqlFunction = void (*)(sqlite3_context*, int, sqlite3_value**);
-
-struct Scalar {
+// The helpers take a fixed number of arguments and always give the same answer for the same ones.
+struct Helper {
     const char* name;
-    int minArgs;
-    int maxArgs;
-    SqlFunction function;
-    bool deterministic = true;
+    int args;
+    SqliteScalar function;
 };
 
-using vb::Interval;
+const Helper kHelpers[] = {
+    {"jet_concat", 2, directFunction<fnConcat>},
+    {"jet_intdiv", 2, valueFunction<fnOperator<vb::intDivide>>},
+    {"jet_mod", 2, valueFunction<fnOperator<vb::modulo>>},
+    {"jet_pow", 2, valueFunction<fnOperator<vb::power>>},
+    {"jet_like", 2, directFunction<fnLike>},
+    {"jet_bool", 1, directFunction<fnBool>},
 
-const Scalar kScalars[] = {
-    {"jet_cdate", 1, 1, valueFunction<fnCDate>},
-    {"jet_cvdate", 1, 1, valueFunction<fnCVDate>},
-    {"jet_cdbl", 1, 1, valueFunction<convertedTo<vb::cdbl>>},
-    {"jet_csng", 1, 1, valueFunction<convertedTo<vb::csng>>},
-    {"jet_clng", 1, 1, valueFunction<convertedTo<vb::clng>>},
-    {"jet_cint", 1, 1, valueFunction<convertedTo<vb::cint>>},
-    {"jet_ccur", 1, 1, valueFunction<convertedTo<vb::ccur>>},
-    {"jet_cstr", 1, 1, valueFunction<convertedTo<vb::cstr>>},
-    {"jet_cbool", 1, 1, valueFunction<convertedTo<vb::cbool>>},
-    {"jet_format", 1, 4, directFunction<fnFormat>},
-
-    {"jet_ucase", 1, 1, directFunction<changeCase<true>>},
-    {"jet_lcase", 1, 1, directFunction<changeCase<false>>},
-    {"jet_left", 2, 2, directFunction<fnLeft>},
-    {"jet_right", 2, 2, directFunction<fnRight>},
-    {"jet_mid", 2, 3, directFunction<fnMid>},
-    {"jet_len", 1, 1, valueFunction<fnLen>},
-    {"jet_trim", 1, 1, directFunction<trimBlanks<true, true>>},
-    {"jet_ltrim", 1, 1, directFunction<trimBlanks<true, false>>},
-    {"jet_rtrim", 1, 1, directFunction<trimBlanks<false, true>>},
-    {"jet_instr", 2, 4, valueFunction<fnInStr>},
-    {"jet_instrrev", 2, 4, valueFunction<fnInStrRev>},
-    {"jet_chr", 1, 1, valueFunction<fnChr>},
-    {"jet_asc", 1, 1, valueFunction<fnAsc>},
-    {"jet_replace", 3, 6, valueFunction<fnReplace>},
-    {"jet_space", 1, 1, directFunction<fnSpace>},
-    {"jet_string", 2, 2, valueFunction<fnString>},
-    {"jet_strcomp", 2, 3, valueFunction<fnStrComp>},
-
-    {"jet_abs", 1, 1, valueFunction<fnAbs>},
-    {"jet_int", 1, 1, valueFunction<fnWholePart<true>>},
-    {"jet_fix", 1, 1, valueFunction<fnWholePart<false>>},
-    {"jet_sgn", 1, 1, valueFunction<fnSgn>},
-    {"jet_round", 1, 2, valueFunction<fnRound>},
-    {"jet_sqr", 1, 1, valueFunction<fnMath<squareRoot, notNegative>>},
-    {"jet_exp", 1, 1, valueFunction<fnMath<exponential>>},
-    {"jet_log", 1, 1, valueFunction<fnMath<logarithm, positive>>},
-    {"jet_atn", 1, 1, valueFunction<fnMath<arcTangent>>},
-    {"jet_sin", 1, 1, valueFunction<fnMath<sine>>},
-    {"jet_cos", 1, 1, valueFunction<fnMath<cosine>>},
-    {"jet_tan", 1, 1, valueFunction<fnMath<tangent>>},
-    {"jet_hex", 1, 1, valueFunction<fnRadix<16>>},
-    {"jet_oct", 1, 1, valueFunction<fnRadix<8>>},
-    {"jet_val", 1, 1, valueFunction<fnVal>},
-    {"jet_str", 1, 1, valueFunction<fnStr>},
-
-    {"jet_iif", 3, 3, directFunction<fnIif>},
-    {"jet_nz", 1, 2, directFunction<fnNz>},
-    {"jet_isnull", 1, 1, directFunction<fnIsNull>},
-    {"jet_isnumeric", 1, 1, directFunction<fnIsNumeric>},
-    {"jet_isdate", 1, 1, directFunction<fnIsDate>},
-    {"jet_isempty", 1, 1, directFunction<fnIsEmpty>},
-
-    {"jet_date", 0, 0, valueFunction<fnToday>, false},
-    {"jet_time", 0, 0, valueFunction<fnTimeOfDay>, false},
-    {"jet_now", 0, 0, valueFunction<fnNow>, false},
-    {"jet_datevalue", 1, 1, valueFunction<fnDateOrTimeValue<vb::dateValue>>},
-    {"jet_timevalue", 1, 1, valueFunction<fnDateOrTimeValue<vb::timeValue>>},
-    {"jet_dateserial", 3, 3, valueFunction<fnDateSerial>},
-    {"jet_timeserial", 3, 3, valueFunction<fnTimeSerial>},
-    {"jet_dateadd", 3, 3, valueFunction<fnDateAdd>},
-    {"jet_datediff", 3, 5, valueFunction<fnDateDiff>},
-    {"jet_datepart", 2, 4, valueFunction<fnDatePart>},
-    {"jet_year", 1, 1, valueFunction<fnDatePartOf<Interval::Year>>},
-    {"jet_month", 1, 1, valueFunction<fnDatePartOf<Interval::Month>>},
-    {"jet_day", 1, 1, valueFunction<fnDatePartOf<Interval::Day>>},
-    {"jet_hour", 1, 1, valueFunction<fnDatePartOf<Interval::Hour>>},
-    {"jet_minute", 1, 1, valueFunction<fnDatePartOf<Interval::Minute>>},
-    {"jet_second", 1, 1, valueFunction<fnDatePartOf<Interval::Second>>},
-    {"jet_weekday", 1, 2, valueFunction<fnWeekday>},
-    {"jet_weekdayname", 1, 3, valueFunction<fnWeekdayName>},
-    {"jet_monthname", 1, 2, valueFunction<fnMonthName>},
-
-    {"jet_concat", 2, 2, directFunction<fnConcat>},
-    {"jet_intdiv", 2, 2, valueFunction<fnOperator<vb::intDivide>>},
-    {"jet_mod", 2, 2, valueFunction<fnOperator<vb::modulo>>},
-    {"jet_pow", 2, 2, valueFunction<fnOperator<vb::power>>},
-    {"jet_like", 2, 2, directFunction<fnLike>},
-    {"jet_bool", 1, 1, directFunction<fnBool>},
-
-    {"jet_tag_date", 1, 1, directFunction<fnTagDate>},
-    {"jet_tag_currency", 1, 1, directFunction<fnTagCurrency>},
-    {"jet_tag_bool", 1, 1, directFunction<fnTagBool>},
-};
-
-struct Aggregate {
-    const char* name;
-    SqlFunction step;
-    void (*final)(sqlite3_context*);
-};
-
-const Aggregate kAggregates[] = {
-    {"jet_first", stepFirstLast<false>, finalFirstLast},
-    {"jet_last", stepFirstLast<true>, finalFirstLast},
-    {"jet_stdev", stepSpread, finalSpread<true, true>},
-    {"jet_var", stepSpread, finalSpread<false, true>},
-    {"jet_stdevp", stepSpread, finalSpread<true, false>},
-    {"jet_varp", stepSpread, finalSpread<false, false>},
+    {"jet_tag_date", 1, directFunction<fnTagDate>},
+    {"jet_tag_currency", 1, directFunction<fnTagCurrency>},
+    {"jet_tag_bool", 1, directFunction<fnTagBool>},
 };
 
 // Every function reads its arguments' tags (SQLITE_SUBTYPE keeps SQLite from optimisations that
@@ -212,29 +126,40 @@ int flagsFor(bool deterministic) {
     return deterministic ? flags | SQLITE_DETERMINISTIC : flags;
 }
 
-void check(sqlite3* db, int rc, const char* what) {
+void check(sqlite3* db, int rc, const QByteArray& what) {
     if (rc != SQLITE_OK)
-        throw std::runtime_error(std::string("cannot register ") + what + ": " +
+        throw std::runtime_error("cannot register " + what.toStdString() + ": " +
                                  sqlite3_errmsg(db));
+}
+
+void registerFunction(sqlite3* db, const QByteArray& name, int args, const SqliteHow& how) {
+    check(db,
+          sqlite3_create_function_v2(db, name.constData(), args, flagsFor(how.deterministic),
+                                     nullptr, how.scalar, how.step, how.final, nullptr),
+          name);
 }
 
 } // namespace
 
 void registerDialectFunctions(sqlite3* db) {
-    for (const Scalar& f : kScalars)
+    for (const DialectFunction& f : dialectFunctions()) {
+        if (f.sqlite.form != SqliteForm::Body) continue;
+        const QByteArray name = sqliteName(f).toUtf8();
         for (int n = f.minArgs; n <= f.maxArgs; ++n)
-            check(db,
-                  sqlite3_create_function_v2(db, f.name, n, flagsFor(f.deterministic), nullptr,
-                                             f.function, nullptr, nullptr, nullptr),
-                  f.name);
-    for (const Aggregate& a : kAggregates)
-        check(db,
-              sqlite3_create_function_v2(db, a.name, 1, flagsFor(true), nullptr, nullptr, a.step,
-                                         a.final, nullptr),
-              a.name);
+            registerFunction(db, name, n, f.sqlite);
+    }
+    for (const Helper& h : kHelpers)
+        registerFunction(db, h.name, h.args, SqliteHow{.scalar = h.function});
     check(db,
           sqlite3_create_collation_v2(db, "jet_text", SQLITE_UTF8, nullptr, collateText, nullptr),
           "jet_text");
+}
+
+QStringList sqliteHelperNames() {
+    QStringList names;
+    for (const Helper& h : kHelpers)
+        names << QString::fromLatin1(h.name);
+    return names;
 }
 
 } // namespace jet
