@@ -1,11 +1,8 @@
 #include "jet/Binder.h"
 
 #include "jet/AstPrinter.h"
+#include "jet/FunctionRegistry.h"
 #include "jet/JetError.h"
-
-#include <QSet>
-
-using namespace Qt::Literals::StringLiterals;
 
 namespace jet {
 
@@ -21,48 +18,6 @@ struct Scope {
     const Scope* parent = nullptr;
     const std::vector<OutputColumn>* outputs = nullptr; // for ORDER BY aliases
 };
-
-// How a function's result type follows from its arguments.
-enum class Result { Fixed, FirstArg, Widened, Branches, SumOf, AvgOf };
-
-struct FunctionType {
-    Result rule;
-    SqlType type = SqlType::Unknown;
-};
-
-const QHash<QString, FunctionType>& functionTypes() {
-    static const QHash<QString, FunctionType> table = [] {
-        QHash<QString, FunctionType> t;
-        auto fixed = [&](std::initializer_list<const char*> names, SqlType type) {
-            for (const char* n : names)
-                t.insert(QString::fromLatin1(n), {Result::Fixed, type});
-        };
-        fixed({"cdate", "cvdate", "dateadd", "dateserial", "timeserial", "datevalue", "timevalue",
-               "now", "date", "time"},
-              SqlType::Date);
-        fixed({"format", "ucase", "lcase", "left", "right", "mid", "trim", "ltrim", "rtrim",
-               "replace", "space", "string", "cstr", "str", "weekdayname", "monthname", "hex",
-               "oct", "chr"},
-              SqlType::Text);
-        fixed({"cdbl", "val", "sqr", "stdev", "stdevp", "var", "varp", "exp", "log", "atn", "sin",
-               "cos", "tan", "rnd"},
-              SqlType::Double);
-        fixed({"csng"}, SqlType::Single);
-        fixed({"clng", "len", "instr", "instrrev", "datediff", "count", "asc"}, SqlType::Long);
-        fixed({"cint", "year", "month", "day", "hour", "minute", "second", "weekday", "datepart",
-               "sgn", "strcomp"},
-              SqlType::Integer);
-        fixed({"ccur"}, SqlType::Currency);
-        fixed({"cbool", "isnull", "isnumeric", "isdate", "isempty"}, SqlType::Boolean);
-        for (const char* n : {"abs", "int", "fix", "round", "min", "max", "first", "last", "nz"})
-            t.insert(QString::fromLatin1(n), {Result::FirstArg});
-        t.insert(QStringLiteral("iif"), {Result::Branches});
-        t.insert(QStringLiteral("sum"), {Result::SumOf});
-        t.insert(QStringLiteral("avg"), {Result::AvgOf});
-        return t;
-    }();
-    return table;
-}
 
 } // namespace
 
@@ -378,34 +333,41 @@ private:
         std::vector<SqlType> args;
         for (const ExprPtr& a : e.args)
             args.push_back(bindExpr(*a, scope));
-        const QString name = e.name.toLower();
-        auto it = functionTypes().constFind(name);
-        if (it == functionTypes().constEnd()) raise(err::UndefinedFunction, e.name);
+        const DialectFunction* f = findFunction(e.name);
+        if (!f) raise(err::UndefinedFunction, e.name);
+        checkArgumentCount(e, *f);
+        return resultType(f->result, args);
+    }
+
+    static void checkArgumentCount(const Expr& e, const DialectFunction& f) {
+        if (e.star && f.kind != FunctionKind::Count)
+            raise(err::MissingOperator, printExpression(e));
+        const auto given = e.star ? 1 : static_cast<int>(e.args.size());
+        if (given < f.minArgs || given > f.maxArgs) raiseWrongArgumentCount(printExpression(e));
+    }
+
+    static SqlType resultType(const ResultType& result, const std::vector<SqlType>& args) {
         const SqlType first = args.empty() ? SqlType::Unknown : args.front();
-        switch (it->rule) {
-        case Result::Fixed:
-            return it->type;
-        case Result::FirstArg:
-            return first == SqlType::Boolean && name != u"min" && name != u"max" &&
-                           name != u"first" && name != u"last"
-                       ? SqlType::Integer
-                       : first;
-        case Result::Widened:
-            return args.size() > 1 ? widen(args[0], args[1]) : first;
-        case Result::Branches: {
-            if (args.size() < 3) return SqlType::Unknown;
-            if (args[1] == args[2]) return args[1];
-            if (args[1] == SqlType::Unknown) return args[2];
-            if (args[2] == SqlType::Unknown) return args[1];
-            if (isNumeric(args[1]) && isNumeric(args[2])) return widen(args[1], args[2]);
-            return SqlType::Unknown;
-        }
-        case Result::SumOf:
-            if (first == SqlType::Currency) return SqlType::Currency;
-            return SqlType::Double;
-        case Result::AvgOf:
+        switch (result.rule) {
+        case ResultRule::Fixed:
+            return result.type;
+        case ResultRule::FirstArg:
+            return first;
+        case ResultRule::FirstArgAsNumber:
+            return first == SqlType::Boolean ? SqlType::Integer : first;
+        case ResultRule::Branches:
+            return branchesType(args[1], args[2]);
+        case ResultRule::CurrencyOrDouble:
             return first == SqlType::Currency ? SqlType::Currency : SqlType::Double;
         }
+        return SqlType::Unknown;
+    }
+
+    static SqlType branchesType(SqlType a, SqlType b) {
+        if (a == b) return a;
+        if (a == SqlType::Unknown) return b;
+        if (b == SqlType::Unknown) return a;
+        if (isNumeric(a) && isNumeric(b)) return widen(a, b);
         return SqlType::Unknown;
     }
 
@@ -441,13 +403,6 @@ private:
     Binding binding_;
     int exprCounter_ = 0;
 };
-
-bool isAggregateFunction(const QString& name) {
-    static const QSet<QString> names = {u"count"_s,  u"sum"_s,   u"avg"_s,  u"min"_s,
-                                        u"max"_s,    u"first"_s, u"last"_s, u"stdev"_s,
-                                        u"stdevp"_s, u"var"_s,   u"varp"_s};
-    return names.contains(name.toLower());
-}
 
 Binding bindSelect(const Select& select, const Catalog& catalog) {
     Binder binder(catalog);

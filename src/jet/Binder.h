@@ -46,11 +46,8 @@ private:
 };
 
 // Raises the dialect's errors: 3078 for an unknown table, 3061 for an unknown name, 3079 for an
-// ambiguous one, 3085 for an unknown function.
+// ambiguous one, 3085 for an unknown function, 3075 for a call with the wrong number of arguments.
 Binding bindSelect(const Select& select, const Catalog& catalog);
 Binding bindStatement(const Statement& statement, const Catalog& catalog);
-
-// The dialect's aggregate functions (count, sum, avg, min, max, first, last, stdev, var, ...).
-bool isAggregateFunction(const QString& name);
 
 } // namespace jet

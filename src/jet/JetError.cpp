@@ -63,4 +63,11 @@ void raise(int number, const QString& subject) {
     throw vb::VbError(number, errorMessage(number, subject));
 }
 
+void raiseWrongArgumentCount(const QString& expression) {
+    throw vb::VbError(
+        err::MissingOperator,
+        QStringLiteral("Wrong number of arguments used with function in query expression '%1'.")
+            .arg(expression));
+}
+
 } // namespace jet

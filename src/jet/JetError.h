@@ -39,4 +39,7 @@ QString errorMessage(int number, const QString& subject = QString());
 // Throws vb::VbError(number, errorMessage(number, subject)).
 [[noreturn]] void raise(int number, const QString& subject = QString());
 
+// A call with too many or too few arguments: 3075, in words of its own.
+[[noreturn]] void raiseWrongArgumentCount(const QString& expression);
+
 } // namespace jet

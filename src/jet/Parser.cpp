@@ -1,5 +1,6 @@
 #include "jet/Parser.h"
 
+#include "jet/FunctionRegistry.h"
 #include "jet/JetError.h"
 #include "jet/Lexer.h"
 #include "jet/Types.h"
@@ -164,6 +165,7 @@ private:
     QString name();
     QString alias();
     QString qualifiedPart();
+    bool atFunctionWord(int index) const;
     bool atClauseWord(int index) const;
     bool atExpressionEnd() const;
     bool atFromEnd() const;
@@ -274,8 +276,13 @@ QString Parser::qualifiedPart() {
     return t.text;
 }
 
-// A word that starts a clause, or ends an expression (AS, ASC); LEFT and RIGHT followed by "("
-// are the functions.
+// A reserved word that names one of the dialect's functions (Left, Right, Asc) is the function
+// where "(" follows it.
+bool Parser::atFunctionWord(int index) const {
+    return tokenAt(index + 1).isSymbol(u"(") && findFunction(tokenAt(index).text);
+}
+
+// A word that starts a clause, or ends an expression (AS, ASC), unless it is a function's name.
 bool Parser::atClauseWord(int index) const {
     static constexpr const char16_t* kWords[] = {
         u"FROM",  u"WHERE",  u"GROUP", u"HAVING", u"ORDER", u"UNION", u"INTO",
@@ -284,10 +291,9 @@ bool Parser::atClauseWord(int index) const {
     };
     const Token& t = tokenAt(index);
     if (t.kind != TokenKind::Word) return false;
-    if ((t.isWord(u"LEFT") || t.isWord(u"RIGHT")) && tokenAt(index + 1).isSymbol(u"("))
-        return false;
     return std::any_of(std::begin(kWords), std::end(kWords),
-                       [&](const char16_t* word) { return t.isWord(word); });
+                       [&](const char16_t* word) { return t.isWord(word); }) &&
+           !atFunctionWord(index);
 }
 
 bool Parser::atExpressionEnd() const {
@@ -888,8 +894,7 @@ ExprPtr Parser::wordPrimary() {
     if (atWord(u"NULL")) return literal(vb::Variant::null());
     if (atWord(u"NOT")) return notOperand();
     if (atWord(u"EXISTS")) return exists();
-    const bool function = (atWord(u"LEFT") || atWord(u"RIGHT")) && atSymbol(u"(", 1);
-    if (isReservedWord(peek().text) && !function) fail();
+    if (isReservedWord(peek().text) && !atFunctionWord(pos_)) fail();
     return reference();
 }
 

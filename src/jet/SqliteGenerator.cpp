@@ -1,5 +1,6 @@
 #include "jet/SqliteGenerator.h"
 
+#include "jet/FunctionRegistry.h"
 #include "jet/JetError.h"
 #include "jet/Storage.h"
 #include "vb/Convert.h"
@@ -283,48 +284,38 @@ QString SqliteGenerator::argument(const Expr& e) const {
     }
 }
 
-// cdate(format$(d, "yyyy/mm/dd")) and cdate(format$(d, "HH:nn:ss")) split a moment into its
-// day and its time of day; they are DateValue and TimeValue of d, computed without writing and
-// reading back text. Empty when e is not one of the two.
+// A moment cut into its day or its time of day through Format and back (see
+// formattedDatePart) is computed without writing and reading back text. Empty when e is not such
+// a pair of calls.
 QString SqliteGenerator::dateSplit(const Expr& e) const {
-    if (e.args.size() != 1 || e.name.compare(u"cdate"_s, Qt::CaseInsensitive) != 0)
-        return QString();
+    if (e.args.size() != 1) return QString();
     const Expr& inner = *e.args[0];
     if (inner.kind != ExprKind::Function || inner.args.size() != 2 ||
-        inner.name.compare(u"format"_s, Qt::CaseInsensitive) != 0 ||
         binding_.typeOf(inner.args[0].get()) != SqlType::Date ||
         inner.args[1]->kind != ExprKind::Literal || !inner.args[1]->value.isString())
         return QString();
-    const QString pattern = inner.args[1]->value.stringValue();
-    if (pattern.compare(u"yyyy/mm/dd"_s, Qt::CaseInsensitive) == 0)
-        return u"jet_datevalue("_s + argument(*inner.args[0]) + u')';
-    if (pattern.compare(u"hh:nn:ss"_s, Qt::CaseInsensitive) == 0)
-        return u"jet_timevalue("_s + argument(*inner.args[0]) + u')';
-    return QString();
+    const DialectFunction* part =
+        formattedDatePart(e.name, inner.name, inner.args[1]->value.stringValue());
+    return part ? sqliteName(*part) + u'(' + argument(*inner.args[0]) + u')' : QString();
 }
 
 QString SqliteGenerator::function(const Expr& e) const {
-    const QString name = e.name.toLower();
-    if (e.star) return u"count(*)"_s + pivotFilter_;
+    const DialectFunction* f = findFunction(e.name);
+    if (!f) raise(err::UndefinedFunction, e.name);
     if (QString split = dateSplit(e); !split.isEmpty()) return split;
-    if (name == u"iif"_s) {
-        if (e.args.size() != 3) raise(err::MissingOperator, e.name);
-        return u"(CASE WHEN "_s + condition(*e.args[0]) + u" THEN "_s + value(*e.args[1]) +
-               u" ELSE "_s + value(*e.args[2]) + u" END)"_s;
-    }
-    if (name == u"count"_s || name == u"sum"_s || name == u"avg"_s) {
-        if (e.args.size() != 1) raise(err::MissingOperator, e.name);
-        return name + u'(' + value(*e.args[0]) + u')' + pivotFilter_;
-    }
-    if (name == u"min"_s || name == u"max"_s) {
-        if (e.args.size() != 1) raise(err::MissingOperator, e.name);
-        return name + u'(' + collated(*e.args[0]) + u')' + pivotFilter_;
+    const QString filter = f->isAggregate() ? pivotFilter_ : QString();
+    switch (f->sqlite.form) {
+    case SqliteForm::Native:
+        return sqliteName(*f) + u'(' + (e.star ? u"*"_s : value(*e.args[0])) + u')' + filter;
+    case SqliteForm::NativeCollated:
+        return sqliteName(*f) + u'(' + collated(*e.args[0]) + u')' + filter;
+    case SqliteForm::Body:
+        break;
     }
     QStringList args;
     for (const ExprPtr& a : e.args)
         args << argument(*a);
-    const QString call = u"jet_"_s + name + u'(' + args.join(u", "_s) + u')';
-    return isAggregateFunction(name) ? call + pivotFilter_ : call;
+    return sqliteName(*f) + u'(' + args.join(u", "_s) + u')' + filter;
 }
 
 QString SqliteGenerator::tableRef(const TableRef& ref) const {
@@ -444,7 +435,9 @@ QString SqliteGenerator::pivotMatch(const Transform& t, const PivotColumn& colum
 namespace {
 
 bool isCount(const Expr& e) {
-    return e.kind == ExprKind::Function && e.name.compare(u"count"_s, Qt::CaseInsensitive) == 0;
+    if (e.kind != ExprKind::Function) return false;
+    const DialectFunction* f = findFunction(e.name);
+    return f && f->kind == FunctionKind::Count;
 }
 
 // Whether a crosstab value is Null by itself when its cell has no rows: aggregates other than

@@ -1,8 +1,9 @@
 #pragma once
 
 // Writes a bound statement as SQLite SQL over a site file's storage (see Storage.h): dialect
-// functions become jet_* user functions, text comparisons use the jet_text collation, dates are
-// numbers on the linear day line, and Yes/No values are -1 and 0.
+// functions become what the registry (FunctionRegistry.h) says SQLite computes them with, a
+// jet_* user function or one of SQLite's own aggregates; text comparisons use the jet_text
+// collation, dates are numbers on the linear day line, and Yes/No values are -1 and 0.
 
 #include "jet/Ast.h"
 #include "jet/Binder.h"

@@ -1,4 +1,7 @@
+#include "jet/FunctionRegistry.h"
+#include "jet/JetError.h"
 #include "jet/SqliteDatabase.h"
+#include "jet/SqliteFunctions.h"
 
 #include "recordset/Recordset.h"
 #include "support/VbTestSupport.h"
@@ -8,6 +11,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <map>
+#include <set>
 #include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -402,4 +407,130 @@ INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, fldTransDesc, f
     EXPECT_EQ(vb::cstr(clerk->field(u"Time").value()), u"8:00:00 AM");
     auto range = byName("status: date range");
     EXPECT_EQ(range->field(0).value(), vb::Variant::date(day(2003, 3, 1) + 0.5));
+}
+
+TEST_F(SiteDatabase, IIfReadsItsConditionAsTheLanguageReadsATruth) {
+    struct Case {
+        const char* expression;
+        vb::Variant value;
+        int error = 0;
+    } cases[] = {
+        {"iif('abc', 1, 2)", {}, vb::err::TypeMismatch},
+        {"iif(fldTransDesc, 1, 2)", {}, vb::err::TypeMismatch}, // 'CIGARETTES'
+        {"iif('True', 1, 2)", vb::Variant(1)},
+        {"iif('0', 1, 2)", vb::Variant(2)},
+        {"iif(Null, 1, 2)", vb::Variant(2)},
+        {"iif(1 = 1, 'a', 'b')", vb::Variant(u"a"_s)},
+        {"iif(fldtransregnum = 4, 'a', 'b')", vb::Variant(u"b"_s)},
+        {"iif(5, 'y', 'n')", vb::Variant(u"y"_s)},
+        {"iif(0, 'y', 'n')", vb::Variant(u"n"_s)},
+        {"iif(fldTransPrice, 'y', 'n')", vb::Variant(u"y"_s)},
+        {"iif(fldTransTime, 'y', 'n')", vb::Variant(u"y"_s)},
+        {"iif(fldtransregnum > 3, fldTransPrice, Null)", vb::Variant::null()},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.expression);
+        const QString text = u"select "_s + QString::fromUtf8(c.expression) +
+                             u" as [x] from tblTrans where idftransid = 1"_s;
+        if (c.error) {
+            EXPECT_EQ(errorOf([&] { query(text); }), c.error);
+            continue;
+        }
+        auto rs = query(text);
+        ASSERT_EQ(rs->recordCount(), 1u);
+        EXPECT_EQ(rs->field(0).value(), c.value);
+    }
+}
+
+TEST_F(SiteDatabase, CallsWithTheWrongNumberOfArgumentsAreRefusedBeforeTheyRun) {
+    const char* wrongCounts[] = {
+        "left('abc')", "mid('abc', 1, 1, 1)", "now(1)",   "iif(1, 2)",
+        "count()",     "sum(1, 2)",           "format()", "first(1, 2)",
+    };
+    for (const char* call : wrongCounts) {
+        SCOPED_TRACE(call);
+        const QString expression = QString::fromUtf8(call);
+        try {
+            db_->translate(u"select "_s + expression + u" from tblTrans"_s);
+            ADD_FAILURE() << "translated";
+        } catch (const vb::VbError& e) {
+            EXPECT_EQ(e.number(), jet::err::MissingOperator);
+            EXPECT_EQ(e.description(), u"Wrong number of arguments used with function in query "
+                                       "expression '"_s +
+                                           expression + u"'."_s);
+        }
+    }
+    // Only Count counts rows by *.
+    EXPECT_EQ(errorOf([&] { db_->translate(u"select sum(*) from tblTrans"_s); }),
+              jet::err::MissingOperator);
+}
+
+TEST_F(SiteDatabase, TheDayAndTheTimeOfAMomentAreCutWithoutWritingText) {
+    const QString sql = db_->translate(
+        u"select cdate(format$(fldTransTime, \"yyyy/mm/dd\")), cdate(format$(fldTransTime, "
+        "\"HH:nn:ss\")), cdate(format$(fldTransTime, \"yyyy\")) from tblTrans"_s);
+    EXPECT_EQ(sql.count(u"jet_format("_s), 1) << sql.toStdString();
+}
+
+namespace {
+
+// Every jet_* function the connection knows, with the argument counts it takes.
+std::map<QString, std::set<int>> registeredJetFunctions(sqlite3* db) {
+    std::map<QString, std::set<int>> found;
+    sqlite3_stmt* stmt = nullptr;
+    const char* sql = "SELECT name, narg FROM pragma_function_list WHERE name LIKE 'jet\\_%' "
+                      "ESCAPE '\\'";
+    if (sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr) != SQLITE_OK) {
+        ADD_FAILURE() << sqlite3_errmsg(db);
+        return found;
+    }
+    while (sqlite3_step(stmt) == SQLITE_ROW)
+        found[QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)))]
+            .insert(sqlite3_column_int(stmt, 1));
+    sqlite3_finalize(stmt);
+    return found;
+}
+
+QString callWithOnes(const jet::DialectFunction& f, int count) {
+    QStringList ones;
+    for (int i = 0; i < count; ++i)
+        ones << u"1"_s;
+    return QString::fromLatin1(f.name) + u'(' + ones.join(u", "_s) + u')';
+}
+
+} // namespace
+
+TEST_F(SiteDatabase, EveryDialectFunctionRunsFromDialectTextAtEveryArgumentCount) {
+    const auto registered = registeredJetFunctions(db_->handle());
+    for (const jet::DialectFunction& f : jet::dialectFunctions()) {
+        if (f.sqlite.form == jet::SqliteForm::Body) {
+            std::set<int> counts;
+            for (int n = f.minArgs; n <= f.maxArgs; ++n)
+                counts.insert(n);
+            const auto it = registered.find(jet::sqliteName(f));
+            ASSERT_NE(it, registered.end()) << f.name;
+            EXPECT_EQ(it->second, counts) << f.name;
+        }
+        for (int n = f.minArgs; n <= f.maxArgs; ++n) {
+            const QString call = callWithOnes(f, n);
+            SCOPED_TRACE(call.toStdString());
+            // A runtime error (dateadd's interval "1") shows the body ran; the engine's own
+            // errors and the dialect's refusals are numbered from 3000.
+            const int error = errorOf(
+                [&] { query(u"select "_s + call + u" from tblTrans where idftransid = 1"_s); });
+            EXPECT_LT(error, jet::kEngineErrorBase);
+        }
+    }
+}
+
+TEST_F(SiteDatabase, EveryJetFunctionIsADialectFunctionOrAHelper) {
+    std::set<QString> expected;
+    for (const jet::DialectFunction& f : jet::dialectFunctions())
+        if (f.sqlite.form == jet::SqliteForm::Body) expected.insert(jet::sqliteName(f));
+    for (const QString& helper : jet::sqliteHelperNames())
+        EXPECT_TRUE(expected.insert(helper).second) << helper.toStdString();
+    std::set<QString> found;
+    for (const auto& [name, counts] : registeredJetFunctions(db_->handle()))
+        found.insert(name);
+    EXPECT_EQ(found, expected);
 }

@@ -1,0 +1,170 @@
+#include "jet/FunctionRegistry.h"
+
+#include "jet/SqliteBodies.h"
+
+#include <QHash>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace jet {
+
+namespace {
+
+using namespace jet::sqlite;
+using enum FunctionKind;
+
+constexpr ResultType fixed(SqlType type) {
+    return {ResultRule::Fixed, type};
+}
+
+constexpr ResultType kDate = fixed(SqlType::Date);
+constexpr ResultType kText = fixed(SqlType::Text);
+constexpr ResultType kDouble = fixed(SqlType::Double);
+constexpr ResultType kLong = fixed(SqlType::Long);
+constexpr ResultType kInteger = fixed(SqlType::Integer);
+constexpr ResultType kBoolean = fixed(SqlType::Boolean);
+constexpr ResultType kFirstArg{ResultRule::FirstArg};
+constexpr ResultType kAsNumber{ResultRule::FirstArgAsNumber};
+
+constexpr SqliteHow body(SqliteScalar scalar) {
+    return {.scalar = scalar};
+}
+
+// The clock's functions give another answer at every call: SQLite must not fold them.
+constexpr SqliteHow clockBody(SqliteScalar scalar) {
+    return {.scalar = scalar, .deterministic = false};
+}
+
+constexpr SqliteHow aggregateBody(SqliteScalar step, SqliteFinal final) {
+    return {.step = step, .final = final};
+}
+
+constexpr SqliteHow kNative{.form = SqliteForm::Native};
+constexpr SqliteHow kNativeCollated{.form = SqliteForm::NativeCollated};
+
+using vb::Interval;
+
+const DialectFunction kFunctions[] = {
+    {"cdate", 1, 1, Scalar, kDate, body(valueFunction<fnCDate>)},
+    {"cvdate", 1, 1, Scalar, kDate, body(valueFunction<fnCVDate>)},
+    {"cdbl", 1, 1, Scalar, kDouble, body(valueFunction<convertedTo<vb::cdbl>>)},
+    {"csng", 1, 1, Scalar, fixed(SqlType::Single), body(valueFunction<convertedTo<vb::csng>>)},
+    {"clng", 1, 1, Scalar, kLong, body(valueFunction<convertedTo<vb::clng>>)},
+    {"cint", 1, 1, Scalar, kInteger, body(valueFunction<convertedTo<vb::cint>>)},
+    {"ccur", 1, 1, Scalar, fixed(SqlType::Currency), body(valueFunction<convertedTo<vb::ccur>>)},
+    {"cstr", 1, 1, Scalar, kText, body(valueFunction<convertedTo<vb::cstr>>)},
+    {"cbool", 1, 1, Scalar, kBoolean, body(valueFunction<convertedTo<vb::cbool>>)},
+    {"format", 1, 4, Scalar, kText, body(directFunction<fnFormat>)},
+
+    {"ucase", 1, 1, Scalar, kText, body(directFunction<changeCase<true>>)},
+    {"lcase", 1, 1, Scalar, kText, body(directFunction<changeCase<false>>)},
+    {"left", 2, 2, Scalar, kText, body(directFunction<fnLeft>)},
+    {"right", 2, 2, Scalar, kText, body(directFunction<fnRight>)},
+    {"mid", 2, 3, Scalar, kText, body(directFunction<fnMid>)},
+    {"len", 1, 1, Scalar, kLong, body(valueFunction<fnLen>)},
+    {"trim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, true>>)},
+    {"ltrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, false>>)},
+    {"rtrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<false, true>>)},
+    {"instr", 2, 4, Scalar, kLong, body(valueFunction<fnInStr>)},
+    {"instrrev", 2, 4, Scalar, kLong, body(valueFunction<fnInStrRev>)},
+    {"chr", 1, 1, Scalar, kText, body(valueFunction<fnChr>)},
+    {"asc", 1, 1, Scalar, kLong, body(valueFunction<fnAsc>)},
+    {"replace", 3, 6, Scalar, kText, body(valueFunction<fnReplace>)},
+    {"space", 1, 1, Scalar, kText, body(directFunction<fnSpace>)},
+    {"string", 2, 2, Scalar, kText, body(valueFunction<fnString>)},
+    {"strcomp", 2, 3, Scalar, kInteger, body(valueFunction<fnStrComp>)},
+
+    {"abs", 1, 1, Scalar, kAsNumber, body(valueFunction<fnAbs>)},
+    {"int", 1, 1, Scalar, kAsNumber, body(valueFunction<fnWholePart<true>>)},
+    {"fix", 1, 1, Scalar, kAsNumber, body(valueFunction<fnWholePart<false>>)},
+    {"sgn", 1, 1, Scalar, kInteger, body(valueFunction<fnSgn>)},
+    {"round", 1, 2, Scalar, kAsNumber, body(valueFunction<fnRound>)},
+    {"sqr", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<squareRoot, notNegative>>)},
+    {"exp", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<exponential>>)},
+    {"log", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<logarithm, positive>>)},
+    {"atn", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<arcTangent>>)},
+    {"sin", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<sine>>)},
+    {"cos", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<cosine>>)},
+    {"tan", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<tangent>>)},
+    {"hex", 1, 1, Scalar, kText, body(valueFunction<fnRadix<16>>)},
+    {"oct", 1, 1, Scalar, kText, body(valueFunction<fnRadix<8>>)},
+    {"val", 1, 1, Scalar, kDouble, body(valueFunction<fnVal>)},
+    {"str", 1, 1, Scalar, kText, body(valueFunction<fnStr>)},
+
+    {"iif", 3, 3, Scalar, {ResultRule::Branches}, body(directFunction<fnIif>)},
+    {"nz", 1, 2, Scalar, kAsNumber, body(directFunction<fnNz>)},
+    {"isnull", 1, 1, Scalar, kBoolean, body(directFunction<fnIsNull>)},
+    {"isnumeric", 1, 1, Scalar, kBoolean, body(directFunction<fnIsNumeric>)},
+    {"isdate", 1, 1, Scalar, kBoolean, body(directFunction<fnIsDate>)},
+    {"isempty", 1, 1, Scalar, kBoolean, body(directFunction<fnIsEmpty>)},
+
+    {"date", 0, 0, Scalar, kDate, clockBody(valueFunction<fnToday>)},
+    {"time", 0, 0, Scalar, kDate, clockBody(valueFunction<fnTimeOfDay>)},
+    {"now", 0, 0, Scalar, kDate, clockBody(valueFunction<fnNow>)},
+    {"datevalue", 1, 1, Scalar, kDate, body(valueFunction<fnDateOrTimeValue<vb::dateValue>>)},
+    {"timevalue", 1, 1, Scalar, kDate, body(valueFunction<fnDateOrTimeValue<vb::timeValue>>)},
+    {"dateserial", 3, 3, Scalar, kDate, body(valueFunction<fnDateSerial>)},
+    {"timeserial", 3, 3, Scalar, kDate, body(valueFunction<fnTimeSerial>)},
+    {"dateadd", 3, 3, Scalar, kDate, body(valueFunction<fnDateAdd>)},
+    {"datediff", 3, 5, Scalar, kLong, body(valueFunction<fnDateDiff>)},
+    {"datepart", 2, 4, Scalar, kInteger, body(valueFunction<fnDatePart>)},
+    {"year", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Year>>)},
+    {"month", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Month>>)},
+    {"day", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Day>>)},
+    {"hour", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Hour>>)},
+    {"minute", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Minute>>)},
+    {"second", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Second>>)},
+    {"weekday", 1, 2, Scalar, kInteger, body(valueFunction<fnWeekday>)},
+    {"weekdayname", 1, 3, Scalar, kText, body(valueFunction<fnWeekdayName>)},
+    {"monthname", 1, 2, Scalar, kText, body(valueFunction<fnMonthName>)},
+
+    {"count", 1, 1, Count, kLong, kNative},
+    {"sum", 1, 1, Aggregate, {ResultRule::CurrencyOrDouble}, kNative},
+    {"avg", 1, 1, Aggregate, {ResultRule::CurrencyOrDouble}, kNative},
+    {"min", 1, 1, Aggregate, kFirstArg, kNativeCollated},
+    {"max", 1, 1, Aggregate, kFirstArg, kNativeCollated},
+    {"first", 1, 1, Aggregate, kFirstArg, aggregateBody(stepFirstLast<false>, finalFirstLast)},
+    {"last", 1, 1, Aggregate, kFirstArg, aggregateBody(stepFirstLast<true>, finalFirstLast)},
+    {"stdev", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<true, true>)},
+    {"var", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<false, true>)},
+    {"stdevp", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<true, false>)},
+    {"varp", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<false, false>)},
+};
+
+} // namespace
+
+std::span<const DialectFunction> dialectFunctions() {
+    return kFunctions;
+}
+
+const DialectFunction* findFunction(QStringView name) {
+    static const QHash<QString, const DialectFunction*> byName = [] {
+        QHash<QString, const DialectFunction*> names;
+        for (const DialectFunction& f : kFunctions)
+            names.insert(QString::fromLatin1(f.name), &f);
+        return names;
+    }();
+    return byName.value(name.toString().toLower());
+}
+
+bool isAggregateFunction(QStringView name) {
+    const DialectFunction* f = findFunction(name);
+    return f && f->isAggregate();
+}
+
+QString sqliteName(const DialectFunction& f) {
+    const QString name = QString::fromLatin1(f.name);
+    return f.sqlite.form == SqliteForm::Body ? u"jet_"_s + name : name;
+}
+
+const DialectFunction* formattedDatePart(QStringView outer, QStringView inner,
+                                         QStringView pattern) {
+    if (outer.compare(u"cdate", Qt::CaseInsensitive) != 0 ||
+        inner.compare(u"format", Qt::CaseInsensitive) != 0)
+        return nullptr;
+    if (pattern.compare(u"yyyy/mm/dd", Qt::CaseInsensitive) == 0) return findFunction(u"datevalue");
+    if (pattern.compare(u"hh:nn:ss", Qt::CaseInsensitive) == 0) return findFunction(u"timevalue");
+    return nullptr;
+}
+
+} // namespace jet

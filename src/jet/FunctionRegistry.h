@@ -1,0 +1,87 @@
+#pragma once
+
+// The dialect's functions, each described once: what the binder checks and how it types the
+// result, and how each engine computes it. The binder, the generators and the engines' function
+// registrations all read this table, so no function can be known to one of them and missing
+// from another.
+
+#include "jet/Types.h"
+
+#include <QString>
+#include <QStringView>
+#include <span>
+
+struct sqlite3_context;
+struct sqlite3_value;
+
+namespace jet {
+
+enum class FunctionKind {
+    Scalar,
+    Aggregate,
+    Count, // an aggregate that also takes *, and gives 0 rather than Null over no rows
+};
+
+// How a function's result type follows from its arguments' types.
+enum class ResultRule {
+    Fixed,            // always the entry's type
+    FirstArg,         // the first argument's type (min, max, first, last)
+    FirstArgAsNumber, // the first argument's, a Boolean becoming an Integer (abs, round, nz)
+    Branches,         // IIf: the type both choices share, the wider of two numbers, else none
+    CurrencyOrDouble, // Sum and Avg: Currency stays Currency, anything else gives a Double
+};
+
+struct ResultType {
+    ResultRule rule = ResultRule::Fixed;
+    SqlType type = SqlType::Unknown; // for Fixed
+};
+
+using SqliteScalar = void (*)(sqlite3_context*, int, sqlite3_value**);
+using SqliteFinal = void (*)(sqlite3_context*);
+
+enum class SqliteForm {
+    Body,           // the user function jet_<name>, registered from the entry's body
+    Native,         // SQLite's own aggregate of the same name (count, sum, avg)
+    NativeCollated, // the same, comparing texts under the jet_text collation (min, max)
+};
+
+struct SqliteHow {
+    SqliteForm form = SqliteForm::Body;
+    SqliteScalar scalar = nullptr; // a scalar body
+    SqliteScalar step = nullptr;   // an aggregate body, with final
+    SqliteFinal final = nullptr;
+    bool deterministic = true;
+};
+
+// How PostgreSQL computes a function; filled in with its generator. Nothing reads it yet.
+struct PostgresHow {};
+
+struct DialectFunction {
+    const char* name; // lower case; looked up without regard to case
+    int minArgs;
+    int maxArgs; // count(*) counts its * as one argument
+    FunctionKind kind;
+    ResultType result;
+    SqliteHow sqlite;
+    PostgresHow postgres = {};
+
+    bool isAggregate() const { return kind != FunctionKind::Scalar; }
+};
+
+std::span<const DialectFunction> dialectFunctions();
+
+// The function of that name (as written, any case, without "$"); null when the dialect has none.
+const DialectFunction* findFunction(QStringView name);
+
+bool isAggregateFunction(QStringView name);
+
+// The name SQLite knows a function by: jet_<name> for a body, the dialect's name for a native.
+QString sqliteName(const DialectFunction& f);
+
+// CDate(Format(d, "yyyy/mm/dd")) and CDate(Format(d, "HH:nn:ss")), the client's way of cutting a
+// moment into its day and its time of day, are DateValue(d) and TimeValue(d). Given the outer
+// and inner functions' names and the pattern, the function the pair stands for; null for any
+// other pair.
+const DialectFunction* formattedDatePart(QStringView outer, QStringView inner, QStringView pattern);
+
+} // namespace jet
