@@ -17,6 +17,8 @@ QString errorMessage(int number) {
         return QStringLiteral("Division by zero");
     case err::TypeMismatch:
         return QStringLiteral("Type mismatch");
+    case err::InternalError:
+        return QStringLiteral("Internal error");
     case err::PathFileAccessError:
         return QStringLiteral("Path/File access error");
     case err::ObjectNotSet:

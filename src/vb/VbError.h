@@ -24,6 +24,7 @@ constexpr int Overflow = 6;
 constexpr int SubscriptOutOfRange = 9;
 constexpr int DivisionByZero = 11;
 constexpr int TypeMismatch = 13;
+constexpr int InternalError = 51;
 constexpr int PathFileAccessError = 75;
 constexpr int ObjectNotSet = 91;
 constexpr int InvalidUseOfNull = 94;

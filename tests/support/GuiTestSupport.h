@@ -1,8 +1,10 @@
 #pragma once
 
-// Widget tests: one QApplication per test program (on the offscreen platform the test target
-// sets), message boxes answered by the test, the asterisk counted instead of played.
+// Widget tests: one application per test program (on the offscreen platform the test target
+// sets), the client's own, so events fail as they fail in the program; message boxes answered by
+// the test, the asterisk counted instead of played.
 
+#include "app/Application.h"
 #include "shared/modShared.h"
 
 #include "support/VbTestSupport.h"
@@ -16,7 +18,7 @@ inline void ensureApplication() {
     static int argc = 1;
     static char name[] = "tillsight-gui-test";
     static char* argv[] = {name, nullptr};
-    if (!QApplication::instance()) new QApplication(argc, argv);
+    if (!QApplication::instance()) new app::Application(argc, argv);
 }
 
 // Records every message box and asterisk while it lives; message boxes answer `answer`.

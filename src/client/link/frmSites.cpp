@@ -31,9 +31,7 @@ void showMessage(const QString& text) {
 // reported as the run-time reports it. The program goes on: ending it would lose the unsaved
 // changes of the whole list over one mistyped field.
 void reportUnexpected(const vb::VbError& error) {
-    modShared::fncMessageBox(
-        u"Run-time error '%1':\n\n%2"_s.arg(error.number()).arg(error.description()),
-        core::applicationTitle(), modShared::vbCritical);
+    modShared::subShowRunTimeError(error.number(), error.description());
 }
 
 settings::Site& siteAt(std::int16_t index) {

@@ -47,9 +47,7 @@ void frmDVR::done(int result) {
         settings::subWriteIniString(u"DVR"_s, u"Method"_s, QString::number(gDVRMethod),
                                     settings::fncIniFile());
     } catch (const vb::VbError& error) {
-        modShared::fncMessageBox(
-            u"Run-time error '%1':\n\n%2"_s.arg(error.number()).arg(error.description()),
-            core::applicationTitle(), modShared::vbCritical);
+        modShared::subShowRunTimeError(error.number(), error.description());
     }
     QDialog::done(result);
 }

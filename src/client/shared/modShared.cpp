@@ -140,6 +140,11 @@ int fncMessageBox(const QString& text, const QString& title, int style) {
     return showMessageBox(text, shownTitle, style);
 }
 
+void subShowRunTimeError(int number, const QString& description) {
+    fncMessageBox(u"Run-time error '%1':\n\n%2"_s.arg(number).arg(description),
+                  core::applicationTitle(), vbCritical);
+}
+
 void subPlayAsterisk() {
     if (asteriskHandler())
         asteriskHandler()();

@@ -26,6 +26,10 @@ void subShowMessage(const QString& message, const QString& banner);
 // An empty title becomes the application title. Returns the button pressed.
 int fncMessageBox(const QString& text, const QString& title, int style);
 
+// The language's run-time error box: "Run-time error 'N':", a blank line and the description,
+// under the application title with the critical icon.
+void subShowRunTimeError(int number, const QString& description);
+
 // The platform's "information" sound, not waited for.
 void subPlayAsterisk();
 // In and out of the always-on-top layer; the window keeps its place and size.
