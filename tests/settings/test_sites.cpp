@@ -2,10 +2,9 @@
 #include "settings/modIni.h"
 #include "settings/modSites.h"
 
-#include "settings/SettingsFileTest.h"
+#include "settings/SiteStoreTest.h"
 
 #include <QStringDecoder>
-#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace settings;
@@ -14,31 +13,6 @@ using testsupport::errorOf;
 namespace {
 
 const QString kKey = kPasswordKey.toString();
-using Logged = std::vector<std::pair<int, QString>>; // error number, "module.routine"
-
-// Each test starts as the program does, with an empty list, and records what the store logs.
-class SiteStore : public SettingsFileTest {
-protected:
-    Logged logged;
-
-    void SetUp() override {
-        SettingsFileTest::SetUp();
-        forget();
-        setFailureLog([this](const vb::VbError& e, const QString& module, const QString& routine) {
-            logged.emplace_back(e.number(), module + u'.' + routine);
-        });
-    }
-    void TearDown() override { setFailureLog({}); }
-
-    static void forget() {
-        gSites = {Site{}};
-        gSiteCount = 0;
-    }
-    static void restart() {
-        forget();
-        subLoadSites();
-    }
-};
 
 } // namespace
 
