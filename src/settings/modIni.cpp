@@ -1,18 +1,11 @@
 #include "settings/modIni.h"
 
-#include "settings/Cp1252.h"
 #include "settings/Profile.h"
 #include "settings/SettingsPath.h"
 #include "vb/VbError.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
-#include <QStringDecoder>
-#include <algorithm>
-#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -22,40 +15,18 @@ namespace {
 
 constexpr QChar kNul = u'\0';
 
-// Files are written as UTF-8; one carried over from the old platform is in its code page.
-QString decodeSettings(const QByteArray& bytes) {
-    QStringDecoder utf8(QStringDecoder::Utf8);
-    QString text = utf8.decode(bytes);
-    return utf8.hasError() ? decodeCp1252(bytes) : text;
-}
-
-// A missing file reads as empty; one that exists but cannot be read gives nothing, so that a
-// write never replaces contents it could not see.
-std::optional<Profile> load(const QString& file) {
-    QFile in(file);
-    if (!in.exists()) return Profile{};
-    if (!in.open(QIODevice::ReadOnly)) return std::nullopt;
-    return Profile::parse(decodeSettings(in.readAll()));
-}
-
 Profile loadForReading(const QString& file) {
-    return load(file).value_or(Profile{});
+    const auto edit = IniEdit::open(file);
+    return edit ? edit->profile() : Profile{};
 }
 
-bool store(const QString& file, const Profile& profile) {
-    if (!QDir().mkpath(QFileInfo(file).absolutePath())) return false;
-    QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly)) return false;
-    out.write(profile.text().toUtf8());
-    return out.commit();
-}
-
+// A single write keeps no backup: the one generation kept belongs to the last save of the site
+// list, which a later change of one option must not push out.
 template <typename Change> bool update(const QString& file, Change change) {
-    auto profile = load(file);
-    if (!profile) return false;
-    const QStringList before = profile->lines();
-    change(*profile);
-    return profile->lines() == before || store(file, *profile);
+    auto edit = IniEdit::open(file);
+    if (!edit) return false;
+    change(*edit);
+    return edit->save(IniEdit::Backup::None);
 }
 
 void raiseUnlessWritten(bool written) {
@@ -105,18 +76,16 @@ std::int32_t readProfileInt(const QString& section, const QString& key, std::int
 }
 
 bool writeProfileSection(const QString& section, const QString& contents, const QString& file) {
-    QStringList lines = contents.split(kNul);
-    lines.erase(std::find(lines.begin(), lines.end(), QString()), lines.end());
-    return update(file, [&](Profile& p) { p.replaceSection(section, lines); });
+    return update(file, [&](IniEdit& e) { e.writeSection(section, contents); });
 }
 
 bool writeProfileString(const QString& section, const QString& key, const QString& value,
                         const QString& file) {
-    return update(file, [&](Profile& p) { p.setValue(section, key, value); });
+    return update(file, [&](IniEdit& e) { e.writeString(section, key, value); });
 }
 
 bool deleteProfileSection(const QString& section, const QString& file) {
-    return update(file, [&](Profile& p) { p.removeSection(section); });
+    return update(file, [&](IniEdit& e) { e.deleteSection(section); });
 }
 
 QString fncAppPath() {
@@ -153,11 +122,21 @@ void writeIniSection(const QString& section, const QString& contents) {
     raiseUnlessWritten(writeProfileSection(section, contents, fncIniFile()));
 }
 
-void subWriteSiteSection(const QString& name, const QString& address, bool dun, std::int32_t port,
-                         const QString& scrambledPassword) {
+IniEdit openIniFile() {
+    auto edit = IniEdit::open(fncIniFile());
+    raiseUnlessWritten(edit.has_value());
+    return *std::move(edit);
+}
+
+void saveIniFile(const IniEdit& edit) {
+    raiseUnlessWritten(edit.save(IniEdit::Backup::Keep));
+}
+
+void subWriteSiteSection(IniEdit& edit, const QString& name, const QString& address, bool dun,
+                         std::int32_t port, const QString& scrambledPassword) {
     const QString dunText = dun ? u"-1"_s : u"0"_s;
-    writeIniSection(name, address + kNul + dunText + kNul + QString::number(port) + kNul +
-                              scrambledPassword + kNul);
+    edit.writeSection(name, address + kNul + dunText + kNul + QString::number(port) + kNul +
+                                scrambledPassword + kNul);
 }
 
 } // namespace settings

@@ -3,10 +3,14 @@
 // Access to the settings file. The profile calls work on any file and behave as the platform's
 // private-profile calls: reads of a missing or unreadable file find nothing, writes report
 // success. Each call reads the file afresh, and each write replaces it whole through a temporary
-// file renamed over it, so a crash leaves the old file or the new one, never half of one.
+// file renamed over it, every step checked, so a crash or a full disk leaves the old file or the
+// new one, never half of one, and a write that did not reach the disk reports failure.
 //
 // The procedures below them work on the program's settings file and raise 75 (Path/File access
-// error) when it cannot be written; their callers decide what a failed write means.
+// error) when it cannot be written; their callers decide what a failed write means. A save of
+// several changes gathers them in an IniEdit and writes the file once.
+
+#include "settings/IniEdit.h"
 
 #include <QString>
 #include <QStringList>
@@ -28,8 +32,7 @@ QString readProfileString(const QString& section, const QString& key, const QStr
 // as 0); fallback when the key is missing or its value empty.
 std::int32_t readProfileInt(const QString& section, const QString& key, std::int32_t fallback,
                             const QString& file);
-// Replaces the section's lines with those of contents, each ended by NUL; the first empty line
-// ends the list, so contents that begin with NUL leave an empty section.
+// Replaces the section's lines as IniEdit::writeSection does.
 bool writeProfileSection(const QString& section, const QString& contents, const QString& file);
 bool writeProfileString(const QString& section, const QString& key, const QString& value,
                         const QString& file);
@@ -51,8 +54,13 @@ QStringList fncReadIniSection(const QString& section);
 void subDeleteIniSection(const QString& section);
 // Writes the section from NUL-ended lines (see writeProfileSection).
 void writeIniSection(const QString& section, const QString& contents);
+// The settings file opened for changes saved together; raises 75 when it cannot be read.
+IniEdit openIniFile();
+// Writes the changes as one replacement of the file, the file it replaces kept as its backup;
+// raises 75, leaving the file and the backup as they were, when that fails.
+void saveIniFile(const IniEdit& edit);
 // Address, DUN as "-1"/"0", Port and the scrambled password as the section's four lines.
-void subWriteSiteSection(const QString& name, const QString& address, bool dun, std::int32_t port,
-                         const QString& scrambledPassword);
+void subWriteSiteSection(IniEdit& edit, const QString& name, const QString& address, bool dun,
+                         std::int32_t port, const QString& scrambledPassword);
 
 } // namespace settings

@@ -53,9 +53,9 @@ void readSite(Site& site, const QString& name) {
     if (lastLine >= 3) site.Password = fncDecryptPassword(values[3], passwordKey());
 }
 
-void writeSite(const Site& site) {
-    subDeleteIniSection(site.Name);
-    subWriteSiteSection(site.Name, site.Address, site.DUN, site.Port,
+void writeSite(IniEdit& edit, const Site& site) {
+    edit.deleteSection(site.Name);
+    subWriteSiteSection(edit, site.Name, site.Address, site.DUN, site.Port,
                         fncEncryptPassword(site.Password, passwordKey()));
 }
 
@@ -90,13 +90,15 @@ void subLoadSites() {
 
 void subSaveSites() {
     try {
+        IniEdit edit = openIniFile();
         QString list;
         for (const Site& site : gSites) {
             list += site.Name + u'\0';
-            writeSite(site);
+            writeSite(edit, site);
         }
-        subDeleteIniSection(u"Sites"_s);
-        writeIniSection(u"Sites"_s, list);
+        edit.deleteSection(u"Sites"_s);
+        edit.writeSection(u"Sites"_s, list);
+        saveIniFile(edit);
     } catch (const vb::VbError& e) {
         logFailure(e, u"subSaveSites"_s);
     }

@@ -41,8 +41,9 @@ void setFailureLog(FailureLog log);
 // Fills the list from the file. A failure is logged and ends the load where it stands, leaving
 // gSiteCount as it was (so at start-up the toolbar then offers no sites at all).
 void subLoadSites();
-// Writes every record, the placeholder of an empty list included, then the "Sites" section.
-// A failure is logged and ends the save.
+// Writes every record, the placeholder of an empty list included, then the "Sites" section, as
+// one replacement of the file that keeps the file it replaces as "<file>.bak". A failure is
+// logged and ends the save, the file and its backup left as they were.
 void subSaveSites();
 
 // The first index whose Name is exactly name (letter case counts), or -1.

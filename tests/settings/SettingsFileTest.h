@@ -20,8 +20,9 @@ protected:
         ASSERT_TRUE(out.open(QIODevice::WriteOnly));
         out.write(bytes);
     }
-    QByteArray readFile() const {
-        QFile in(file);
+    QByteArray readFile() const { return contentsOf(file); }
+    static QByteArray contentsOf(const QString& path) {
+        QFile in(path);
         return in.open(QIODevice::ReadOnly) ? in.readAll() : QByteArray();
     }
     // A settings path that can be neither read nor replaced, whoever runs the test: a folder

@@ -2,10 +2,9 @@
 #include "settings/modIni.h"
 #include "settings/modSites.h"
 
-#include "settings/SettingsFileTest.h"
+#include "settings/SiteStoreTest.h"
 
 #include <QStringDecoder>
-#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 using namespace settings;
@@ -14,31 +13,6 @@ using testsupport::errorOf;
 namespace {
 
 const QString kKey = kPasswordKey.toString();
-using Logged = std::vector<std::pair<int, QString>>; // error number, "module.routine"
-
-// Each test starts as the program does, with an empty list, and records what the store logs.
-class SiteStore : public SettingsFileTest {
-protected:
-    Logged logged;
-
-    void SetUp() override {
-        SettingsFileTest::SetUp();
-        forget();
-        setFailureLog([this](const vb::VbError& e, const QString& module, const QString& routine) {
-            logged.emplace_back(e.number(), module + u'.' + routine);
-        });
-    }
-    void TearDown() override { setFailureLog({}); }
-
-    static void forget() {
-        gSites = {Site{}};
-        gSiteCount = 0;
-    }
-    static void restart() {
-        forget();
-        subLoadSites();
-    }
-};
 
 } // namespace
 
@@ -115,6 +89,59 @@ TEST_F(SiteStore, AnEmptyListIsSavedAsItsPlaceholderAndASiteMayTakeAFixedSection
     fncAddSite(u"dvr"_s, u"host"_s, false, 1, {});
     subSaveSites();
     EXPECT_EQ(fncGetIniInt(u"DVR"_s, u"Method"_s, 0, file), 0);
+}
+
+TEST_F(SiteStore, ASaveRewritesEachSiteSectionAtTheEndThenTheList) {
+    // A file from the old platform: its code page and line ends.
+    writeFile(
+        "; Caf\xe9\r\n[DVR]\r\nMethod=1\r\n[Printing]\r\nEnablePreview=-1\r\n[Sites]\r\nGone\r\n"
+        "[Gone]\r\nold\r\n[store]\r\nstale\r\n");
+    fncAddSite(u"Store"_s, u"10.0.0.1"_s, false, 5432, u"pw"_s);
+    fncAddSite(u"STORE"_s, u"10.0.0.2"_s, true, 1, {});
+    fncAddSite(u"printing"_s, u"p"_s, false, 2, {});
+    fncAddSite(u"Blank"_s, {}, true, 3, u"x"_s);
+    subSaveSites();
+    // Names differing in case share the last section written; a site meets a fixed section of
+    // its name; no address leaves an empty section; a site no longer listed keeps its own.
+    EXPECT_EQ(readFile(),
+              "; Café\r\n[DVR]\r\nMethod=1\r\n[Gone]\r\nold\r\n[STORE]\r\n10.0.0.2\r\n-1\r\n"
+              "1\r\n[printing]\r\np\r\n0\r\n2\r\n[Blank]\r\n[Sites]\r\nStore\r\nSTORE\r\n"
+              "printing\r\nBlank\r\n");
+    restart();
+    EXPECT_EQ(gSites, std::vector<Site>({{u"Store"_s, u"10.0.0.2"_s, true, 1, {}},
+                                         {u"STORE"_s, u"10.0.0.2"_s, true, 1, {}},
+                                         {u"printing"_s, u"p"_s, false, 2, {}},
+                                         {u"Blank"_s, {}, false, 0, {}}}));
+    EXPECT_EQ(fncGetIniInt(u"Printing"_s, u"EnablePreview"_s, 0, file), 0);
+    EXPECT_TRUE(logged.empty());
+}
+
+TEST_F(SiteStore, ASiteNamedSitesReadsTheListAsItsFields) {
+    fncAddSite(u"sites"_s, u"host"_s, false, 1, {});
+    subSaveSites();
+    EXPECT_EQ(readFile(), "[Sites]\nsites\n");
+    restart();
+    EXPECT_EQ(gSites, std::vector<Site>({{u"sites"_s, u"sites"_s, false, 0, {}}}));
+
+    // A second name on the list is read as the DUN flag, which fails the load.
+    fncAddSite(u"Main"_s, u"host"_s, false, 1, {});
+    subSaveSites();
+    restart();
+    EXPECT_EQ(gSiteCount, 0);
+    EXPECT_EQ(logged, (Logged{{vb::err::TypeMismatch, u"modSites.subLoadSites"_s}}));
+}
+
+TEST_F(SiteStore, ADeleteAndASingleKeyReachTheFileAtOnceAndTheListStaysAsSaved) {
+    fncAddSite(u"A"_s, u"ha"_s, false, 1, {});
+    fncAddSite(u"B"_s, u"hb"_s, false, 2, {});
+    subSaveSites();
+    subDeleteSite(u"A"_s);
+    subWriteIniString(u"DVR"_s, u"Method"_s, u"1"_s, fncIniFile());
+    EXPECT_EQ(readFile(), "[B]\nhb\n0\n2\n[Sites]\nA\nB\n[DVR]\nMethod=1\n");
+    // Without a save the deleted site comes back, its fields empty.
+    restart();
+    EXPECT_EQ(gSites,
+              std::vector<Site>({{u"A"_s, {}, false, 0, {}}, {u"B"_s, u"hb"_s, false, 2, {}}}));
 }
 
 TEST_F(SiteStore, FindAddAndDeleteCompareNamesExactly) {
