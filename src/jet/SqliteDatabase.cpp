@@ -52,6 +52,29 @@ private:
     sqlite3_stmt* stmt_ = nullptr;
 };
 
+// Runs the SQLite commands of one dialect statement; they stand or fall together, so SELECT ...
+// INTO keeps no table when its rows could not go in. The number of rows they changed.
+long long runCommands(sqlite3* db, const QStringList& commands) {
+    const bool several = commands.size() > 1;
+    if (several) SqlStatement(db, u"SAVEPOINT jet_statement"_s).step();
+    long long total = 0;
+    try {
+        for (const QString& sql : commands) {
+            SqlStatement stmt(db, sql);
+            while (stmt.step()) {
+            }
+            total += sqlite3_changes64(db);
+        }
+    } catch (...) {
+        if (several)
+            sqlite3_exec(db, "ROLLBACK TO jet_statement; RELEASE jet_statement", nullptr, nullptr,
+                         nullptr);
+        throw;
+    }
+    if (several) SqlStatement(db, u"RELEASE jet_statement"_s).step();
+    return total;
+}
+
 struct ResultColumn {
     QString name;
     ColumnType type;
@@ -189,14 +212,7 @@ std::shared_ptr<rs::Recordset> SqliteDatabase::run(const jet::Statement& stateme
     }
     if (const auto* s = std::get_if<Select>(&statement); s && s->into.isEmpty())
         return readRows(db_, generator.select(*s), resultColumns(binding.outputs(s)), progress);
-    const QStringList commands = generator.commands(statement);
-    long long total = 0;
-    for (const QString& sql : commands) {
-        SqlStatement stmt(db_, sql);
-        while (stmt.step()) {
-        }
-        total += sqlite3_changes64(db_);
-    }
+    const long long total = runCommands(db_, generator.commands(statement));
     if (changesSchema(statement)) schemaStamp_ = -1;
     if (changed) *changed = total;
     return emptyResult();

@@ -6,6 +6,8 @@
 #include "jet/Storage.h"
 
 #include <QString>
+#include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -53,6 +55,74 @@ void fnBool(const Call& c) {
     if (c.isNull(0)) return c.resultNull();
     resultBoolean(c.context(), vb::cbool(c.value(0)));
 }
+
+// ---- values written into typed columns ----
+// The generator wraps a value written into a number or date column in the column's conversion,
+// so that a value the column's kind cannot hold fails the statement, which SQLite then undoes,
+// instead of being kept as text that every later read of the row fails on. A value SQLite
+// already holds as that kind goes in as it is; anything else goes through the language's
+// conversion (13 Type mismatch, 6 Overflow). Null goes in as Null.
+
+// Ten-thousandths past this are out of Currency's range.
+constexpr double kCurrencyLimit = 9.2233720368547758e18;
+
+template <sqlite3_int64 Low, sqlite3_int64 High> bool wholeWithin(sqlite3_value* value) {
+    if (sqlite3_value_type(value) != SQLITE_INTEGER) return false;
+    const sqlite3_int64 n = sqlite3_value_int64(value);
+    return n >= Low && n <= High;
+}
+
+// Dates sit on the linear day line, which only their tag tells from a serial (Storage.h).
+bool numberNotDate(sqlite3_value* value) {
+    return isNumber(sqlite3_value_type(value)) &&
+           sqlite3_value_subtype(value) != storage::kSubtypeDate;
+}
+
+bool taggedDate(sqlite3_value* value) {
+    return isNumber(sqlite3_value_type(value)) &&
+           sqlite3_value_subtype(value) == storage::kSubtypeDate;
+}
+
+// An amount already in whole ten-thousandths, as a Currency keeps it (prices mostly are).
+bool wholeTenThousandths(sqlite3_value* value) {
+    if (!numberNotDate(value)) return false;
+    const double scaled = sqlite3_value_double(value) * vb::Currency::kScale;
+    return std::fabs(scaled) < kCurrencyLimit && scaled == std::nearbyint(scaled);
+}
+
+// The language's CByte: CInt's rounding, then 0 to 255.
+std::int16_t cbyte(const Variant& v) {
+    const std::int16_t n = vb::cint(v);
+    if (n < 0 || n > 255) vb::raise(vb::err::Overflow);
+    return n;
+}
+
+double linearDate(const Variant& v) {
+    return storage::linearFromSerial(vb::cdate(v));
+}
+
+void resultStored(sqlite3_context* context, std::int32_t n) {
+    sqlite3_result_int(context, n);
+}
+
+void resultStored(sqlite3_context* context, double x) {
+    sqlite3_result_double(context, x);
+}
+
+void resultStored(sqlite3_context* context, vb::Currency amount) {
+    sqlite3_result_double(context, amount.toDouble());
+}
+
+template <bool (*Kept)(sqlite3_value*), auto Convert> void fnStore(const Call& c) {
+    if (c.isNull(0)) return c.resultNull();
+    if (Kept(c.raw(0))) return sqlite3_result_value(c.context(), c.raw(0));
+    resultStored(c.context(), Convert(c.value(0)));
+}
+
+// The whole numbers a Single holds exactly.
+constexpr sqlite3_int64 kSingleWhole = 1 << 24;
+using Limits16 = std::numeric_limits<std::int16_t>;
+using Limits32 = std::numeric_limits<std::int32_t>;
 
 // ---- tags ----
 // The generated SQL wraps stored Dates, Currency amounts and Yes/No values in these before they
@@ -110,6 +180,17 @@ const Helper kHelpers[] = {
     {"jet_pow", 2, valueFunction<fnOperator<vb::power>>},
     {"jet_like", 2, directFunction<fnLike>},
     {"jet_bool", 1, directFunction<fnBool>},
+
+    {"jet_to_byte", 1, directFunction<fnStore<wholeWithin<0, 255>, cbyte>>},
+    {"jet_to_short", 1,
+     directFunction<fnStore<wholeWithin<Limits16::min(), Limits16::max()>, vb::cint>>},
+    {"jet_to_long", 1,
+     directFunction<fnStore<wholeWithin<Limits32::min(), Limits32::max()>, vb::clng>>},
+    {"jet_to_single", 1,
+     directFunction<fnStore<wholeWithin<-kSingleWhole, kSingleWhole>, vb::csng>>},
+    {"jet_to_double", 1, directFunction<fnStore<numberNotDate, vb::cdbl>>},
+    {"jet_to_currency", 1, directFunction<fnStore<wholeTenThousandths, vb::ccur>>},
+    {"jet_to_date", 1, directFunction<fnStore<taggedDate, linearDate>>},
 
     {"jet_tag_date", 1, directFunction<fnTagDate>},
     {"jet_tag_currency", 1, directFunction<fnTagCurrency>},

@@ -271,17 +271,63 @@ QString SqliteGenerator::predicate(const Expr& e) const {
     }
 }
 
-QString SqliteGenerator::argument(const Expr& e) const {
-    switch (binding_.typeOf(&e)) {
+namespace {
+
+// A value of the given type, tagged for a jet_* function when SQLite alone cannot tell its kind.
+QString tagged(const QString& valueText, SqlType type) {
+    switch (type) {
     case SqlType::Date:
-        return u"jet_tag_date("_s + value(e) + u')';
+        return u"jet_tag_date("_s + valueText + u')';
     case SqlType::Currency:
-        return u"jet_tag_currency("_s + value(e) + u')';
+        return u"jet_tag_currency("_s + valueText + u')';
     case SqlType::Boolean:
-        return u"jet_tag_bool("_s + value(e) + u')';
+        return u"jet_tag_bool("_s + valueText + u')';
     default:
-        return value(e);
+        return valueText;
     }
+}
+
+// The functions that turn a value into what a column of a type keeps (SqliteFunctions.cpp).
+// Text columns take any value as it comes.
+struct Storing {
+    SqlType column;
+    const char* function;
+};
+constexpr Storing kStoring[] = {
+    {SqlType::Boolean, "jet_bool"},         {SqlType::Byte, "jet_to_byte"},
+    {SqlType::Integer, "jet_to_short"},     {SqlType::Long, "jet_to_long"},
+    {SqlType::Single, "jet_to_single"},     {SqlType::Double, "jet_to_double"},
+    {SqlType::Currency, "jet_to_currency"}, {SqlType::Date, "jet_to_date"},
+};
+
+QString storing(SqlType column) {
+    for (const Storing& s : kStoring)
+        if (s.column == column) return QString::fromLatin1(s.function);
+    return QString();
+}
+
+// A value of the given type written into a column: converted to what the column keeps.
+QString converted(const QString& valueText, SqlType given, const ColumnType& target) {
+    const QString convert = storing(target.type);
+    // The dialect's own truths and dates are already what their columns keep.
+    const bool kept = given == target.type && (given == SqlType::Boolean || given == SqlType::Date);
+    if (convert.isEmpty() || kept) return valueText;
+    // A number of the column's own kind needs no tag to be read as one.
+    return convert + u'(' + (given == target.type ? valueText : tagged(valueText, given)) + u')';
+}
+
+QString insertInto(const QString& table, const QStringList& names) {
+    return u"INSERT INTO "_s + SqliteGenerator::quoted(table) + u" ("_s + names.join(u", "_s) +
+           u") "_s;
+}
+
+// The rows of INSERT ... SELECT under names of their own, so each can be converted for its column.
+const QString kWrittenRows = u"jet_rows"_s;
+
+} // namespace
+
+QString SqliteGenerator::argument(const Expr& e) const {
+    return tagged(value(e), binding_.typeOf(&e));
 }
 
 // A moment cut into its day or its time of day through Format and back (see
@@ -502,23 +548,34 @@ QString SqliteGenerator::createTable(const QString& name, const QStringList& col
 QStringList SqliteGenerator::selectInto(const Select& s) const {
     if (catalog_.table(s.into)) raise(err::TableExists, s.into);
     QStringList columns, names;
+    std::vector<ColumnType> types;
     for (const OutputColumn& out : binding_.outputs(&s)) {
         ColumnType type = out.type;
         type.counter = false;
         columns << quoted(out.name) + u' ' + sqliteDeclaration(type);
         names << quoted(out.name);
+        types.push_back(type);
     }
-    return {createTable(s.into, columns), u"INSERT INTO "_s + quoted(s.into) + u" ("_s +
-                                              names.join(u", "_s) + u") "_s + select(s)};
+    return {createTable(s.into, columns), insertRows(insertInto(s.into, names), s, types)};
 }
 
 QString SqliteGenerator::storedValue(const Expr& e, const ColumnType& target) const {
-    const SqlType given = binding_.typeOf(&e);
-    if (target.type == SqlType::Boolean && given != SqlType::Boolean)
-        return u"jet_bool("_s + argument(e) + u')';
-    if (target.type == SqlType::Date && (isText(given) || given == SqlType::Unknown))
-        return u"jet_cdate("_s + argument(e) + u')';
-    return value(e);
+    return converted(value(e), binding_.typeOf(&e), target);
+}
+
+QString SqliteGenerator::insertRows(const QString& into, const Select& rows,
+                                    const std::vector<ColumnType>& targets) const {
+    const std::vector<OutputColumn>& outputs = binding_.outputs(&rows);
+    if (outputs.size() != targets.size()) raise(err::InsertSyntax);
+    QStringList rowNames, values;
+    for (std::size_t i = 0; i < targets.size(); ++i) {
+        rowNames << quoted(u"c"_s + QString::number(i + 1));
+        values << converted(rowNames.back(), outputs[i].type.type, targets[i]);
+    }
+    if (values == rowNames) return into + select(rows);
+    return u"WITH "_s + kWrittenRows + u" ("_s + rowNames.join(u", "_s) + u") AS ("_s +
+           select(rows) + u") "_s + into + u"SELECT "_s + values.join(u", "_s) + u" FROM "_s +
+           kWrittenRows;
 }
 
 QString SqliteGenerator::insert(const Insert& s) const {
@@ -536,15 +593,18 @@ QString SqliteGenerator::insert(const Insert& s) const {
         }
     }
     QStringList names;
-    for (const CatalogColumn* c : targets)
+    std::vector<ColumnType> types;
+    for (const CatalogColumn* c : targets) {
         names << quoted(c->name);
-    QString sql = u"INSERT INTO "_s + quoted(table->name) + u" ("_s + names.join(u", "_s) + u") "_s;
-    if (s.select) return sql + select(*s.select);
+        types.push_back(c->type);
+    }
+    const QString into = insertInto(table->name, names);
+    if (s.select) return insertRows(into, *s.select, types);
     if (s.values.size() != targets.size()) raise(err::InsertSyntax);
     QStringList values;
     for (std::size_t i = 0; i < targets.size(); ++i)
-        values << storedValue(*s.values[i], targets[i]->type);
-    return sql + u"VALUES ("_s + values.join(u", "_s) + u')';
+        values << storedValue(*s.values[i], types[i]);
+    return into + u"VALUES ("_s + values.join(u", "_s) + u')';
 }
 
 QString SqliteGenerator::update(const Update& s) const {

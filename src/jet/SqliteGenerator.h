@@ -69,6 +69,8 @@ private:
     QStringList selectInto(const Select& s) const;
     QString createTable(const QString& name, const QStringList& columns) const;
     QString storedValue(const Expr& e, const ColumnType& target) const;
+    QString insertRows(const QString& into, const Select& rows,
+                       const std::vector<ColumnType>& targets) const;
 
     const Binding& binding_;
     const Catalog& catalog_;

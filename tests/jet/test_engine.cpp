@@ -534,3 +534,194 @@ TEST_F(SiteDatabase, EveryJetFunctionIsADialectFunctionOrAHelper) {
         found.insert(name);
     EXPECT_EQ(found, expected);
 }
+
+namespace {
+
+// A table with a column of every kind the dialect declares, beside the site's own tables.
+class TypedWrites : public SiteDatabase {
+protected:
+    void SetUp() override {
+        SiteDatabase::SetUp();
+        db_->execute(u"CREATE TABLE tblKinds (id COUNTER PRIMARY KEY, k LONG, s SHORT, b BYTE, "
+                     "f SINGLE, d DOUBLE, c CURRENCY, t DATETIME, y YESNO, x TEXT(10))"_s);
+    }
+
+    // One SQLite answer as text, read past the engine: what the file really holds.
+    std::string raw(const std::string& sql) {
+        sqlite3_stmt* stmt = nullptr;
+        if (sqlite3_prepare_v2(db_->handle(), sql.c_str(), -1, &stmt, nullptr) != SQLITE_OK)
+            return "error: " + std::string(sqlite3_errmsg(db_->handle()));
+        std::string text = "no row";
+        if (sqlite3_step(stmt) == SQLITE_ROW) {
+            const auto* t = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
+            text = t ? t : "Null";
+        }
+        sqlite3_finalize(stmt);
+        return text;
+    }
+
+    // The storage class and the value a column holds in a row ("integer:12").
+    std::string stored(const std::string& column, const std::string& table, int id) {
+        return raw("SELECT typeof(" + column + ") || ':' || coalesce(" + column + ", '') FROM " +
+                   table + " WHERE rowid = " + std::to_string(id));
+    }
+
+    std::string rows(const std::string& table) { return raw("SELECT count(*) FROM " + table); }
+
+    // Writes the site's own tables cannot refuse: a row the engine let in before it checked.
+    void writePast(const std::string& sql) {
+        ASSERT_EQ(sqlite3_exec(db_->handle(), sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK);
+    }
+};
+
+} // namespace
+
+TEST_F(TypedWrites, ValuesTheLanguageConvertsAreStoredAsTheColumnsKind) {
+    const struct {
+        const char* column;
+        const char* value;  // dialect text
+        const char* stored; // what SQLite holds afterwards, as stored() spells it
+    } cases[] = {
+        {"k", "'12'", "integer:12"},
+        {"k", "12.5", "integer:12"},
+        {"k", "True", "integer:-1"},
+        {"k", "#1/1/1900#", "integer:2"},
+        {"s", "'-32768'", "integer:-32768"},
+        {"b", "'255'", "integer:255"},
+        {"f", "'0.1'", "real:0.100000001490116"},
+        {"d", "'1.5'", "real:1.5"},
+        {"d", "#12/29/1899 6:00:00 AM#", "real:-1.25"},
+        {"c", "'12.5'", "real:12.5"},
+        {"t", "'3/28/2003'", "integer:37708"}, // a whole day, kept by the column's affinity
+        {"t", "-1.25", "real:-0.75"},
+        {"t", "Null", "null:"},
+        {"y", "'True'", "integer:-1"},
+        {"x", "12.5", "text:12.5"}, // text columns take any value as text, as before
+        {"k", "Null", "null:"},
+    };
+    db_->execute(u"INSERT INTO tblKinds (x) VALUES ('updated')"_s); // id 1
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.column) + " = " + c.value);
+        const QString column = QString::fromUtf8(c.column), value = QString::fromUtf8(c.value);
+        ASSERT_EQ(
+            db_->execute(u"INSERT INTO tblKinds ("_s + column + u") VALUES ("_s + value + u')'), 1);
+        const int id = std::stoi(raw("SELECT max(id) FROM tblKinds"));
+        EXPECT_EQ(stored(c.column, "tblKinds", id), c.stored);
+        ASSERT_EQ(db_->execute(u"UPDATE tblKinds SET "_s + column + u" = "_s + value +
+                               u" WHERE id = 1"_s),
+                  1);
+        EXPECT_EQ(stored(c.column, "tblKinds", 1), c.stored);
+    }
+    // And the engine reads every row back as the columns' kinds.
+    auto rs = query(u"SELECT * FROM tblKinds"_s);
+    EXPECT_EQ(rs->recordCount(), std::size(cases) + 1);
+}
+
+TEST_F(TypedWrites, TextThatIsNoNumberAndNumbersOutOfRangeAreRefusedAndNothingIsWritten) {
+    const struct {
+        const char* column;
+        const char* value;
+        int error;
+    } cases[] = {
+        {"k", "'abc'", vb::err::TypeMismatch},   {"s", "'x'", vb::err::TypeMismatch},
+        {"b", "'x'", vb::err::TypeMismatch},     {"f", "'abc'", vb::err::TypeMismatch},
+        {"d", "'1.2.3'", vb::err::TypeMismatch}, {"c", "'abc'", vb::err::TypeMismatch},
+        {"t", "'soon'", vb::err::TypeMismatch},  {"y", "'maybe'", vb::err::TypeMismatch},
+        {"k", "2147483648", vb::err::Overflow},  {"s", "40000", vb::err::Overflow},
+        {"s", "'32768'", vb::err::Overflow},     {"id", "'abc'", vb::err::TypeMismatch},
+    };
+    db_->execute(
+        u"INSERT INTO tblKinds (k, s, b, f, d, c, t, y) VALUES (1, 1, 1, 1, 1, 1, 1, 1)"_s);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.column) + " = " + c.value);
+        const QString column = QString::fromUtf8(c.column), value = QString::fromUtf8(c.value);
+        EXPECT_EQ(errorOf([&] {
+                      db_->execute(u"INSERT INTO tblKinds ("_s + column + u") VALUES ("_s + value +
+                                   u')');
+                  }),
+                  c.error);
+        EXPECT_EQ(rows("tblKinds"), "1");
+        if (column == u"id") continue;
+        EXPECT_EQ(
+            errorOf([&] { db_->execute(u"UPDATE tblKinds SET "_s + column + u" = "_s + value); }),
+            c.error);
+    }
+    EXPECT_EQ(raw("SELECT count(*) FROM tblKinds WHERE k = 1 AND s = 1 AND b = 1 AND f = 1 AND d = "
+                  "1 AND c = 1 AND t = 1 AND y = -1"),
+              "1");
+}
+
+TEST_F(TypedWrites, OneBadRowFailsTheWholeStatement) {
+    // Rows 1 and 2 would change first; the third undoes them.
+    const QString badThird = u"iif(idftransid = 3, 'x', 99)"_s;
+    EXPECT_EQ(errorOf([&] { db_->execute(u"UPDATE tblTrans SET fldtransregnum = "_s + badThird); }),
+              vb::err::TypeMismatch);
+    EXPECT_EQ(raw("SELECT count(*) FROM tblTrans WHERE fldtransregnum = 99"), "0");
+    EXPECT_EQ(errorOf([&] {
+                  db_->execute(u"INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, "
+                               "fldTransPrice) SELECT fldTransTime, "_s +
+                               badThird + u", fldTransQty, fldTransPrice FROM tblTrans"_s);
+              }),
+              vb::err::TypeMismatch);
+    EXPECT_EQ(rows("tblTrans"), "5");
+    EXPECT_EQ(errorOf([&] {
+                  db_->execute(u"INSERT INTO tblKinds (k) SELECT fldTransDesc FROM tblTrans"_s);
+              }),
+              vb::err::TypeMismatch);
+    EXPECT_EQ(rows("tblKinds"), "0");
+}
+
+TEST_F(TypedWrites, InsertSelectConvertsEveryRowAndKeepsItsOrder) {
+    EXPECT_EQ(db_->execute(u"INSERT INTO tblKinds (k, c, t, d, x) SELECT cstr(fldtransregnum), "
+                           "fldTransPrice, format$(fldTransTime, 'yyyy/mm/dd'), fldTransTime, "
+                           "fldTransDesc FROM tblTrans ORDER BY fldTransTime DESC, idftransid"_s),
+              5);
+    // Numbered in the order the rows were chosen in.
+    EXPECT_EQ(stored("x", "tblKinds", 1), "text:BREAD");
+    EXPECT_EQ(stored("k", "tblKinds", 1), "integer:12");
+    EXPECT_EQ(stored("c", "tblKinds", 3), "real:-12.5");
+    EXPECT_EQ(stored("t", "tblKinds", 5), "integer:37708");
+    EXPECT_EQ(stored("d", "tblKinds", 3), "real:37708.5869097222");
+    auto rs = query(u"SELECT k, t FROM tblKinds ORDER BY id"_s);
+    EXPECT_EQ(rs->field(u"k").value(), vb::Variant(12));
+    EXPECT_EQ(rs->field(u"t").value(), vb::Variant::date(day(2003, 3, 29)));
+}
+
+TEST_F(TypedWrites, RowsWrittenBeforeTheCheckAreNotCopiedOnward) {
+    writePast("UPDATE tblTrans SET fldtransregnum = 'x' WHERE idftransid = 3");
+    EXPECT_EQ(errorOf([&] {
+                  db_->execute(
+                      u"SELECT fldtransregnum, fldTransPrice INTO tblTemp4 FROM tblTrans"_s);
+              }),
+              vb::err::TypeMismatch);
+    // The table goes with its rows.
+    EXPECT_EQ(errorOf([&] { query(u"select * from tblTemp4"_s); }), jet::err::NoInputTable);
+    db_->execute(u"SELECT fldtransregnum, fldTransPrice INTO tblTemp4 FROM tblTrans WHERE "
+                 "idftransid <> 3"_s);
+    EXPECT_EQ(rows("tblTemp4"), "4");
+}
+
+// What a client's saved search and a report template may carry, refused before it can stop
+// every client of the site from loading the lists.
+TEST_F(TypedWrites, ASavedSearchOrATemplateWithTextInANumberIsRefused) {
+    const QString search =
+        u"insert into tblPowerSearches (fldreporttitle, fldSearchType, fldRegister, fldModifier, "
+        "fldNotAction, fldAbsVal, fldInterval ) VALUES ('Regs', 0, %1, 0, 0, 0, 1)"_s;
+    EXPECT_EQ(errorOf([&] { db_->execute(search.arg(u"'x'"_s)); }), vb::err::TypeMismatch);
+    db_->execute(search.arg(u"'12'"_s));
+    const QString fixed =
+        u"INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, "
+        "fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (99, 'Mine', 'SELECT 1', "
+        "False, Null, False, 'Drawer', %1)"_s;
+    EXPECT_EQ(errorOf([&] { db_->execute(fixed.arg(u"'abc'"_s)); }), vb::err::TypeMismatch);
+    EXPECT_EQ(errorOf([&] {
+                  db_->execute(u"UPDATE tblPowerSearches SET fldRegister = 'x', fldModifier = 2"_s);
+              }),
+              vb::err::TypeMismatch);
+
+    auto searches = query(u"select * from tblPowerSearches order by fldreporttitle"_s);
+    ASSERT_EQ(searches->recordCount(), 1u);
+    EXPECT_EQ(searches->field(u"fldRegister").value(), vb::Variant(12));
+    EXPECT_EQ(searches->field(u"fldModifier").value(), vb::Variant(std::int16_t(0)));
+    EXPECT_EQ(query(u"select * from tblfixedreports"_s)->recordCount(), 0u);
+}

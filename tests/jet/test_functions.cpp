@@ -148,6 +148,44 @@ TEST_F(Functions, OperatorsTheGeneratorCannotWriteNatively) {
     });
 }
 
+// A value written into a typed column goes in as that column's kind, or fails the statement.
+TEST_F(Functions, WrittenValuesBecomeTheirColumnsKindOrRaise) {
+    expectAll({
+        {"jet_to_long(2147483647)", "2147483647"},
+        {"jet_to_long(2147483648)", "error: 6: Overflow"},
+        {"jet_to_long(12.5)", "12"},
+        {"jet_to_long('13.5')", "14"},
+        {"jet_to_long(jet_tag_bool(1))", "B:-1"}, // a tag is never stored
+        {"jet_to_long('abc')", "error: 13: Type mismatch"},
+        {"jet_to_long('')", "error: 13: Type mismatch"},
+        {"jet_to_long(NULL)", "Null"},
+        {"jet_to_short(-32768)", "-32768"},
+        {"jet_to_short(32768)", "error: 6: Overflow"},
+        {"jet_to_short('32767.5')", "error: 6: Overflow"},
+        {"jet_to_byte(255)", "255"},
+        {"jet_to_byte(256)", "error: 6: Overflow"},
+        {"jet_to_byte(-1)", "error: 6: Overflow"},
+        {"jet_to_byte(jet_tag_bool(1))", "error: 6: Overflow"},
+        {"jet_to_single(16777216)", "16777216"},
+        {"jet_to_single(16777217)", "16777216.0"},
+        {"jet_to_single('0.1')", "0.10000000149011612"},
+        {"jet_to_single(1e39)", "error: 6: Overflow"},
+        {"jet_to_double(3)", "3"},
+        {"jet_to_double('x')", "error: 13: Type mismatch"},
+        // A date is its serial, not its place on the linear day line.
+        {"jet_to_double(jet_tag_date(-1.25))", "-2.75"},
+        {"jet_to_currency(12)", "12"},
+        {"jet_to_currency(1.23456)", "1.2346"},
+        {"jet_to_currency(0.1 + 0.2)", "0.3"},
+        {"jet_to_currency(jet_tag_date(-1.25))", "-2.75"},
+        {"jet_to_currency(1e15)", "error: 6: Overflow"},
+        {"jet_to_date(-2.75)", "-1.25"},
+        {"jet_to_date(jet_tag_date(-1.25))", "D:-1.25"},
+        {"jet_to_date('soon')", "error: 13: Type mismatch"},
+        {"jet_to_date(NULL)", "Null"},
+    });
+}
+
 TEST_F(Functions, ChoicesAndTests) {
     expectAll({
         {"jet_iif(NULL, 'yes', 'no')", "'no'"},
