@@ -4,6 +4,7 @@
 #   dialect   the dialect engine: tokenizer, parser, binder, generator, and running what it takes
 #   filter    a recordset's Filter criteria
 #   sort      a recordset's Sort text
+#   settings  the settings file, read as at start-up
 # Usage: scripts/fuzz.sh [TARGET] [SECONDS]   (dialect and 600 when left out; a lone number is the
 # seconds for the dialect). Findings land in build-fuzz/findings/TARGET/; copy a fixed one into
 # the target's seed corpus so that its replay test keeps it fixed.
@@ -19,8 +20,9 @@ case "$target" in
   dialect) seeds=tests/jet/fuzz/corpus ;;
   filter) seeds=tests/recordset/fuzz/filter_corpus ;;
   sort) seeds=tests/recordset/fuzz/sort_corpus ;;
+  settings) seeds=tests/settings/fuzz/corpus ;;
   *)
-    echo "fuzz.sh: no target '$target'; choose dialect, filter or sort" >&2
+    echo "fuzz.sh: no target '$target'; choose dialect, filter, sort or settings" >&2
     exit 2
     ;;
 esac
