@@ -53,6 +53,8 @@ QString errorMessage(int number, const QString& subject) {
         return QStringLiteral("Table '%1' already exists.").arg(subject);
     case err::NoSuchTable:
         return QStringLiteral("Table '%1' does not exist.").arg(subject);
+    case err::TooComplex:
+        return QStringLiteral("Query is too complex.");
     default:
         return subject.isEmpty() ? QStringLiteral("Syntax error in query.")
                                  : QStringLiteral("Syntax error in query: %1").arg(subject);

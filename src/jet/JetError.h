@@ -29,7 +29,8 @@ constexpr int CreateTableSyntax = 3290;
 constexpr int DropSyntax = 3295;
 constexpr int TableExists = 3010;
 constexpr int NoSuchTable = 3376;
-constexpr int Syntax = 3000; // anything else the parser refuses
+constexpr int TooComplex = 3360; // nested, deep or large beyond the parser's limits
+constexpr int Syntax = 3000;     // anything else the parser refuses
 } // namespace err
 
 // The dialect's message for a number, with the offending text (an expression, a table or a

@@ -38,100 +38,87 @@ private:
 // overflow on the very trees it refuses.
 class DepthCheck {
 public:
-    // False when some node lies too deep; outermost() is then the outermost expression on its
-    // path, or nullptr when the path holds none (a chain of unions or joins).
+    // False when some node lies too deep.
     bool run(const Statement& statement) {
         std::visit([this](const auto& s) { addRoots(s); }, statement);
         return drain();
     }
     bool run(const Expr& expr) {
-        add(&expr, 1, nullptr);
+        add(&expr, 1);
         return drain();
     }
-    const Expr* outermost() const { return outermost_; }
 
 private:
+    using Node = std::variant<const Expr*, const Select*, const TableRef*>;
     struct Pending {
-        std::variant<const Expr*, const Select*, const TableRef*> node;
+        Node node;
         int depth;
-        const Expr* outermost;
     };
 
-    void add(const Expr* e, int depth, const Expr* outer) {
-        if (e) pending_.push_back({e, depth, outer ? outer : e});
+    template <typename T> void add(const T* node, int depth) {
+        if (node) pending_.push_back({node, depth});
     }
-    void add(const Select* s, int depth, const Expr* outer) {
-        if (s) pending_.push_back({s, depth, outer});
-    }
-    void add(const TableRef* r, int depth, const Expr* outer) {
-        if (r) pending_.push_back({r, depth, outer});
-    }
-    void addAll(const std::vector<ExprPtr>& exprs, int depth, const Expr* outer) {
+    void addAll(const std::vector<ExprPtr>& exprs, int depth) {
         for (const ExprPtr& e : exprs)
-            add(e.get(), depth, outer);
+            add(e.get(), depth);
     }
 
-    void addRoots(const Select& s) { add(&s, 1, nullptr); }
+    void addRoots(const Select& s) { add(&s, 1); }
     void addRoots(const Transform& t) {
-        add(t.aggregate.get(), 1, nullptr);
-        add(t.select.get(), 1, nullptr);
-        add(t.pivot.get(), 1, nullptr);
-        addAll(t.pivotIn, 1, nullptr);
+        add(t.aggregate.get(), 1);
+        add(t.select.get(), 1);
+        add(t.pivot.get(), 1);
+        addAll(t.pivotIn, 1);
     }
     void addRoots(const Insert& i) {
-        addAll(i.values, 1, nullptr);
-        add(i.select.get(), 1, nullptr);
+        addAll(i.values, 1);
+        add(i.select.get(), 1);
     }
     void addRoots(const Update& u) {
-        add(u.target.get(), 1, nullptr);
+        add(u.target.get(), 1);
         for (const Assignment& a : u.assignments)
-            add(a.value.get(), 1, nullptr);
-        add(u.where.get(), 1, nullptr);
+            add(a.value.get(), 1);
+        add(u.where.get(), 1);
     }
-    void addRoots(const Delete& d) { add(d.where.get(), 1, nullptr); }
+    void addRoots(const Delete& d) { add(d.where.get(), 1); }
     void addRoots(const CreateTable&) {}
     void addRoots(const CreateIndex&) {}
     void addRoots(const DropTable&) {}
 
-    void addChildren(const Expr& e, int depth, const Expr* outer) {
-        addAll(e.args, depth, outer);
-        add(e.subquery.get(), depth, outer);
+    void addChildren(const Expr& e, int depth) {
+        addAll(e.args, depth);
+        add(e.subquery.get(), depth);
     }
-    void addChildren(const Select& s, int depth, const Expr* outer) {
+    void addChildren(const Select& s, int depth) {
         for (const SelectItem& item : s.items)
-            add(item.expr.get(), depth, outer);
+            add(item.expr.get(), depth);
         for (const TableRefPtr& ref : s.from)
-            add(ref.get(), depth, outer);
-        add(s.where.get(), depth, outer);
-        addAll(s.groupBy, depth, outer);
-        add(s.having.get(), depth, outer);
+            add(ref.get(), depth);
+        add(s.where.get(), depth);
+        addAll(s.groupBy, depth);
+        add(s.having.get(), depth);
         for (const OrderItem& o : s.orderBy)
-            add(o.expr.get(), depth, outer);
-        add(s.unionNext.get(), depth, outer);
+            add(o.expr.get(), depth);
+        add(s.unionNext.get(), depth);
     }
-    void addChildren(const TableRef& r, int depth, const Expr* outer) {
-        add(r.left.get(), depth, outer);
-        add(r.right.get(), depth, outer);
-        add(r.on.get(), depth, outer);
-        add(r.subquery.get(), depth, outer);
+    void addChildren(const TableRef& r, int depth) {
+        add(r.left.get(), depth);
+        add(r.right.get(), depth);
+        add(r.on.get(), depth);
+        add(r.subquery.get(), depth);
     }
 
     bool drain() {
         while (!pending_.empty()) {
             const Pending p = pending_.back();
             pending_.pop_back();
-            if (p.depth > kMaxDepth) {
-                outermost_ = p.outermost;
-                return false;
-            }
-            std::visit([&](const auto* node) { addChildren(*node, p.depth + 1, p.outermost); },
-                       p.node);
+            if (p.depth > kMaxDepth) return false;
+            std::visit([&](const auto* node) { addChildren(*node, p.depth + 1); }, p.node);
         }
         return true;
     }
 
     std::vector<Pending> pending_;
-    const Expr* outermost_ = nullptr;
 };
 
 // Recursive descent over the token list. Errors carry the number of the clause being read
@@ -172,7 +159,7 @@ private:
 
     // ---- errors
     [[noreturn]] void fail() const;
-    template <typename Tree> void checkDepth(const Tree& tree) const;
+    template <typename Tree> static void checkDepth(const Tree& tree);
     [[noreturn]] void failExpression(int errorIndex) const;
     QString expressionText(int errorIndex) const;
     bool endsQuotedText(int index, bool atError, int depth) const;
@@ -239,7 +226,7 @@ private:
 class Parser::Nested {
 public:
     explicit Nested(Parser& parser) : parser_(parser) {
-        if (++parser_.nesting_ > kMaxNesting) parser_.fail();
+        if (++parser_.nesting_ > kMaxNesting) raise(err::TooComplex);
     }
     ~Nested() { --parser_.nesting_; }
     Nested(const Nested&) = delete;
@@ -317,14 +304,8 @@ void Parser::fail() const {
     raise(clauseError_);
 }
 
-// A tree too deep is refused as the expression that holds the deepest node, or by the statement's
-// number when no expression does.
-template <typename Tree> void Parser::checkDepth(const Tree& tree) const {
-    DepthCheck check;
-    if (check.run(tree)) return;
-    if (const Expr* e = check.outermost())
-        raise(err::MissingOperator, text_.mid(e->position, e->length));
-    raise(clauseError_);
+template <typename Tree> void Parser::checkDepth(const Tree& tree) {
+    if (!DepthCheck().run(tree)) raise(err::TooComplex);
 }
 
 void Parser::failExpression(int errorIndex) const {
@@ -358,7 +339,7 @@ bool Parser::endsQuotedText(int index, bool atError, int depth) const {
 }
 
 void Parser::countNode() {
-    if (++nodes_ > kMaxNodes) fail();
+    if (++nodes_ > kMaxNodes) raise(err::TooComplex);
 }
 
 ExprPtr Parser::newExpr(ExprKind kind) {

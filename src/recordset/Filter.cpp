@@ -9,6 +9,11 @@ namespace rs::detail {
 
 namespace {
 
+// Reading recurses once per "(", and each open level holds a mask of the rows its clauses have
+// decided so far, so both stack and memory grow with the depth. The dialect engine takes the
+// same depth.
+constexpr int kMaxNesting = 200;
+
 // What a run of clauses decided, and whether an OR joined any of them: ADO refuses to join such
 // a group to anything with AND.
 struct Group {
@@ -68,10 +73,13 @@ private:
     Group term() {
         scan_.skipBlanks();
         if (!scan_.take(u'(')) return Group{clause(), false};
+        if (++nesting_ > kMaxNesting)
+            scan_.fail(QStringLiteral("parentheses nest more than %1 deep").arg(kMaxNesting));
         Group inner = criteria();
         scan_.skipBlanks();
         if (!scan_.take(u')'))
             scan_.fail(QStringLiteral("expected AND, OR or ')' at %1").arg(scan_.here()));
+        --nesting_;
         return inner;
     }
 
@@ -168,6 +176,7 @@ private:
 
     const Table& table_;
     CriteriaScanner scan_;
+    int nesting_ = 0; // the "(" read and not yet closed; a failure ends the reader
 };
 
 } // namespace

@@ -155,6 +155,26 @@ TEST_F(Filter, BadCriteriaNameTheProblem) {
     EXPECT_TRUE(messageOf("[Line Note = 'x'").contains("missing its ']'"));
 }
 
+// Each "(" is read one level deeper, so a text may not nest without end.
+TEST_F(Filter, ParenthesesNestAtMostTwoHundredDeep) {
+    const auto around = [](const QString& inner, int depth) {
+        return QString(u'(').repeated(depth) + inner + QString(u')').repeated(depth);
+    };
+    EXPECT_EQ(matches(around("Qty = 1", 200)), (Ids{2, 6}));
+    EXPECT_EQ(messageOf(around("Qty = 1", 201)), "Filter: parentheses nest more than 200 deep");
+    EXPECT_EQ(errorOf(around("Qty = 1", 100000)), rs::err::BadArguments);
+    EXPECT_EQ(errorOf(QString(u'(').repeated(100000)), rs::err::BadArguments);
+    // Depth is what counts, not how many groups a text holds.
+    EXPECT_EQ(matches(QStringList(300, "(Qty = 5)").join(" OR ")), (Ids{3}));
+
+    // Nested to the right of each AND, every level still decides its own clause.
+    QString chain = "Qty = 1";
+    for (int id = 1; id <= 200; ++id)
+        chain = QString("Id <> %1 AND (%2)").arg(id == 6 ? 99 : id).arg(chain);
+    EXPECT_EQ(matches(chain), (Ids{6}));
+    EXPECT_EQ(errorOf("Id > 0 AND (" + chain + ")"), rs::err::BadArguments);
+}
+
 TEST_F(Filter, MovesToTheFirstMatchAndCountsOnlyMatches) {
     records->moveLast();
     records->setFilter("Clerk LIKE 'S*'");

@@ -1,0 +1,1 @@
+SELECT fkyActorID, Count(*), Count(fldTransDesc), Sum(fldTransPrice), Avg(fldTransQty), Min(fldTransDesc), Max(fldTransTime), First(fldTransDesc), Last(fldTransPrice), StDev(fldTransPrice), Var(fldTransQty), StDevP(fldTransPrice), VarP(fldTransQty) FROM tblTrans GROUP BY fkyActorID HAVING Count(*) > 1 ORDER BY Sum(fldTransPrice) DESC

@@ -1,0 +1,1 @@
+DELETE FROM tblTrans WHERE fldTransPrice < 0 OR fkyActionID IN (SELECT idfActionID FROM lkpActions WHERE fldactioncritical)

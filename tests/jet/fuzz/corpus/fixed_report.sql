@@ -1,0 +1,1 @@
+SELECT fldReportTitle, Len(fldSQL), fldCategory FROM tblfixedreports WHERE fldCommand = False ORDER BY idfFixedReportID

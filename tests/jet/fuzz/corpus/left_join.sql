@@ -1,0 +1,1 @@
+SELECT a.fldActorCode, t.fldTransDesc FROM tblActors AS a LEFT JOIN tblTrans AS t ON a.idfActorID = t.fkyActorID WHERE t.idftransid Is Null Or t.fldTransQty Between 1 And 3

@@ -1,0 +1,1 @@
+SELECT IIf(fldTransDesc Is Null, 'none', fldTransDesc), Nz(Null, 0) + 1, IsNull(fldTransDesc), IsNumeric(fldTransDesc), IsEmpty(fldTransDesc), Null & 'x', Null + 1, Date() - Int(Now()), Time() FROM tblTrans WHERE idftransid < 4

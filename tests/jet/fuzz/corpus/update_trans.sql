@@ -1,0 +1,1 @@
+UPDATE tblTrans SET fldTransDesc = UCase(fldTransDesc) & '!', fldTransPrice = fldTransPrice * 2 WHERE fldtransregnum = 1
