@@ -115,8 +115,14 @@ void Session::subLoadFixedReports() {
 
 rs::Recordset& Session::fixedReports() {
     if (!grsFixedReports) subLoadFixedReports();
+    stopIfCanceled();
     if (!grsFixedReports) vb::raise(vb::err::ObjectNotSet);
     return *grsFixedReports;
+}
+
+void Session::stopIfCanceled() const {
+    if (link_->Canceled())
+        throw vb::VbError(sitelink::kCanceled, QString::fromUtf16(sitelink::kCanceledText));
 }
 
 } // namespace core

@@ -54,6 +54,10 @@ public:
     // The list, read first when no one has read it yet; raises 91 when the site gave none.
     rs::Recordset& fixedReports();
 
+    // Raises the cancel (3059) when the user stopped the link's last call, so that a run of
+    // several calls ends there rather than going on without the part that was stopped.
+    void stopIfCanceled() const;
+
 private:
     sitelink::SiteLink* link_;
     MessageSink* messages_;

@@ -52,7 +52,8 @@ QString logInsertText(double moment, std::int32_t number, const QString& descrip
 void subLogError(core::Session& session, std::int32_t number, const QString& description,
                  const QString& source, const QString& appTitle, const QString& module,
                  const QString& routine) {
-    if (!gConnected) return;
+    // A cancel is the user's own choice, not a failure of the site or the client.
+    if (!gConnected || number == sitelink::kCanceled) return;
     try {
         session.TillsightLink().Execute(
             logInsertText(vb::now(), number, description, source, appTitle, module, routine));

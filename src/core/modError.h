@@ -19,7 +19,8 @@ namespace modError {
 // The source of errors raised by the client's own code (rather than by a component it uses).
 inline constexpr QStringView kErrorSource = u"TillsightNetworkClient";
 
-// Writes one log record while connected; every failure inside is ignored.
+// Writes one log record while connected; every failure inside is ignored. A run the user
+// canceled (3059) is not a failure and is not written.
 void subLogError(core::Session& session, std::int32_t number, const QString& description,
                  const QString& source, const QString& appTitle, const QString& module,
                  const QString& routine);

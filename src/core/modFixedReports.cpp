@@ -43,7 +43,9 @@ void runCommandStage(core::Session& session, rs::Recordset& reports, bool critic
     const QString command = fncExpandPlaceholders(vb::cstr(column(reports, u"fldSQL")),
                                                   criticalOnly, interval, sessionIndex);
     link.Execute(u"DROP TABLE "_s + fncTempTableName(link.SessionIndex()));
+    session.stopIfCanceled();
     link.Execute(command);
+    session.stopIfCanceled();
     filterTo(reports, vb::cstr(column(reports, u"fldsubquery")));
 }
 

@@ -30,6 +30,10 @@ std::unique_ptr<jet::SqliteDatabase> initSite(const QString& path, bool force) {
     }
     auto db = jet::SqliteDatabase::open(path, true);
     try {
+        // Clients read for long; in WAL mode their reads never hold up another client's write.
+        if (!db->useWriteAheadLog())
+            throw vb::VbError(kFileError,
+                              QStringLiteral("'%1' cannot be put in WAL mode").arg(path));
         db->executeScript(schemaText());
         db->executeScript(fixedReportsText());
     } catch (const vb::VbError&) {
@@ -47,7 +51,7 @@ std::unique_ptr<jet::SqliteDatabase> openExistingSite(const QString& path) {
     if (!QFileInfo(path).isFile())
         throw vb::VbError(kFileError,
                           QStringLiteral("The site file '%1' does not exist").arg(path));
-    return jet::SqliteDatabase::open(path, false);
+    return jet::SqliteDatabase::openSite(path);
 }
 
 } // namespace site

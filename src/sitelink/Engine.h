@@ -21,6 +21,10 @@ struct ConnectParams {
 
 using ReadProgress = std::function<void(int percent)>;
 
+// What a call stopped by a cancel raises, whatever the engine, and the text the user is shown.
+inline constexpr int kCanceled = 3059;
+inline constexpr auto kCanceledText = u"Operation canceled by user.";
+
 class Engine {
 public:
     virtual ~Engine() = default;
@@ -32,6 +36,13 @@ public:
                                                          const ReadProgress& progress) = 0;
     // Runs an action query; the number of rows it changed.
     virtual long long execute(const QString& text) = 0;
+    // Stops the call running on the worker thread as soon as the engine can (SQLite's interrupt,
+    // a server's cancel request); that call raises 3059 and the connection stays usable. Safe
+    // from any thread while the engine lives. The request holds until clearInterrupt(), which the
+    // link calls before it hands the engine its next call, so a cancel that comes before the
+    // call starts still stops it.
+    virtual void interrupt() = 0;
+    virtual void clearInterrupt() = 0;
 };
 
 // Whether an address names a site file (and so the embedded engine) rather than a server.

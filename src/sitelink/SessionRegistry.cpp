@@ -1,5 +1,7 @@
 #include "sitelink/SessionRegistry.h"
 
+#include <QCryptographicHash>
+#include <QDir>
 #include <QFileInfo>
 #include <cerrno>
 #include <cstring>
@@ -22,6 +24,20 @@ bool tryLock(int fd, int offset) {
     return fcntl(fd, F_OFD_SETLK, &lock) == 0;
 }
 
+int openRegistry(const QString& path) {
+    return ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+}
+
+// Where a site whose folder cannot be written keeps its registry: one place on this computer per
+// site file, so the clients here still number themselves apart. (Their session tables are
+// private to each connection, so clients elsewhere sharing a number harm nothing.)
+QString fallbackRegistryPath(const QString& siteFile) {
+    const QByteArray key = QCryptographicHash::hash(QFileInfo(siteFile).absoluteFilePath().toUtf8(),
+                                                    QCryptographicHash::Sha1);
+    return QDir::temp().filePath(
+        QStringLiteral("tillsight-%1.sessions").arg(QString::fromLatin1(key.toHex())));
+}
+
 } // namespace
 
 QString SessionLease::registryPath(const QString& siteFile) {
@@ -29,13 +45,16 @@ QString SessionLease::registryPath(const QString& siteFile) {
 }
 
 std::optional<SessionLease> SessionLease::acquire(const QString& siteFile, QString* error) {
-    const QByteArray path = registryPath(siteFile).toLocal8Bit();
-    const int fd = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    QString path = registryPath(siteFile);
+    int fd = openRegistry(path);
+    if (fd < 0 && (errno == EACCES || errno == EROFS)) {
+        path = fallbackRegistryPath(siteFile);
+        fd = openRegistry(path);
+    }
     if (fd < 0) {
         if (error)
             *error = QStringLiteral("Cannot open the session registry %1: %2")
-                         .arg(QString::fromLocal8Bit(path),
-                              QString::fromLocal8Bit(std::strerror(errno)));
+                         .arg(path, QString::fromLocal8Bit(std::strerror(errno)));
         return std::nullopt;
     }
     for (int index = 1; index <= kMaxSessions; ++index)

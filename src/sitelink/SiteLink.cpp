@@ -34,8 +34,9 @@ SiteLink::SiteLink(QObject* parent) : QObject(parent) {
 }
 
 SiteLink::~SiteLink() {
+    guard_ = nullptr; // the last wait below is not the user's
     // The engine belongs to the worker: close it there, quietly, before the thread ends.
-    if (engine_) runOnWorker([this] { engine_.reset(); });
+    setEngine(nullptr);
     thread_->quit();
     thread_->wait();
 }
@@ -61,8 +62,35 @@ std::optional<SiteLink::Failure> SiteLink::runOnWorker(const std::function<void(
             },
             Qt::QueuedConnection);
     });
-    if (!done) loop.exec(QEventLoop::ExcludeUserInputEvents);
+    if (!done) {
+        InputGuard* guard = guard_;
+        if (guard) guard->beginWait(*this);
+        loop.exec(guard ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
+        if (guard) guard->endWait(*this);
+    }
     return failure;
+}
+
+std::optional<SiteLink::Failure> SiteLink::runCall(const std::function<void()>& job) {
+    // The worker is idle here, so a cancel left from the last call cannot reach this one's
+    // start, and one that comes from now on stops it.
+    engine_->clearInterrupt();
+    canceled_ = false;
+    return runOnWorker(job);
+}
+
+void SiteLink::Cancel() {
+    const std::lock_guard lock(interrupting_);
+    if (interruptible_) interruptible_->interrupt();
+}
+
+void SiteLink::setEngine(std::unique_ptr<Engine> engine) {
+    {
+        const std::lock_guard lock(interrupting_);
+        interruptible_ = engine.get();
+    }
+    if (engine_) runOnWorker([this] { engine_.reset(); });
+    engine_ = std::move(engine);
 }
 
 void SiteLink::setProgress(int percent) {
@@ -72,6 +100,7 @@ void SiteLink::setProgress(int percent) {
 }
 
 void SiteLink::reportFailure(const Failure& failure) {
+    canceled_ = failure.number == kCanceled;
     emit StatusChanged(QStringLiteral("Error %1").arg(failure.number));
     emit LinkError(errorSource(), failure.number, failure.description);
 }
@@ -105,7 +134,7 @@ void SiteLink::Connect() {
         reportFailure(*failure);
         return;
     }
-    engine_ = std::move(opened);
+    setEngine(std::move(opened));
     serverName_ = name;
     sessionIndex_ = session;
     if (isSiteFileAddress(params_.address)) watch_.start();
@@ -115,7 +144,7 @@ void SiteLink::Connect() {
 
 void SiteLink::dropEngine() {
     watch_.stop();
-    if (engine_) runOnWorker([this] { engine_.reset(); });
+    setEngine(nullptr);
     serverName_.clear();
     sessionIndex_ = 0;
     setProgress(0);
@@ -145,7 +174,7 @@ std::shared_ptr<rs::Recordset> SiteLink::OpenRecordset(const QString& queryText,
     timer.start();
     std::shared_ptr<rs::Recordset> result;
     QPointer<SiteLink> self(this);
-    const auto failure = runOnWorker([&] {
+    const auto failure = runCall([&] {
         result = engine_->openRecordset(queryText, [self](int percent) {
             QMetaObject::invokeMethod(
                 self,
@@ -170,7 +199,7 @@ void SiteLink::Execute(const QString& queryText) {
     emit StatusChanged(QStringLiteral("Running command"));
     QElapsedTimer timer;
     timer.start();
-    const auto failure = runOnWorker([&] { engine_->execute(queryText); });
+    const auto failure = runCall([&] { engine_->execute(queryText); });
     emit OperationTimed(static_cast<int>(timer.elapsed()));
     if (failure) {
         reportFailure(*failure);

@@ -13,6 +13,7 @@ namespace sitelink {
 namespace {
 
 constexpr int kSiteFileError = 3044; // the dialect's "not a valid path" family
+static_assert(kCanceled == jet::kCanceledError);
 
 [[noreturn]] void refuse(const QString& message) {
     throw vb::VbError(kSiteFileError, message);
@@ -47,7 +48,7 @@ std::unique_ptr<SqliteEngine> SqliteEngine::open(const QString& path) {
     if (!info.isFile()) refuse(QStringLiteral("%1 is not a site file.").arg(path));
     if (!info.isReadable())
         refuse(QStringLiteral("The site file %1 cannot be read: permission denied.").arg(path));
-    auto db = jet::SqliteDatabase::open(info.absoluteFilePath(), false);
+    auto db = jet::SqliteDatabase::openSite(info.absoluteFilePath());
     checkReadable(*db, path);
     QString error;
     auto lease = SessionLease::acquire(info.absoluteFilePath(), &error);

@@ -7,7 +7,8 @@
 namespace sitelink {
 
 // A site file, through the dialect engine. It never creates a file: a missing, unreadable or
-// corrupt one is refused at open with a message that says which.
+// corrupt one is refused at open with a message that says which. The site is shared in WAL mode;
+// one that cannot be written here is read-only, and its writes say why.
 class SqliteEngine : public Engine {
 public:
     static std::unique_ptr<SqliteEngine> open(const QString& path);
@@ -17,6 +18,8 @@ public:
     std::shared_ptr<rs::Recordset> openRecordset(const QString& text,
                                                  const ReadProgress& progress) override;
     long long execute(const QString& text) override;
+    void interrupt() override { db_->interrupt(); }
+    void clearInterrupt() override { db_->clearInterrupt(); }
 
 private:
     SqliteEngine(std::unique_ptr<jet::SqliteDatabase> db, SessionLease lease, QString serverName)

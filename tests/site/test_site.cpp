@@ -111,6 +111,12 @@ TEST_F(SiteTool, InitNeverOverwritesASiteUnlessForced) {
     EXPECT_FALSE(QFile::exists(path(u"missing.tsite"_s)));
 }
 
+// Clients read a site for long while others write it; in WAL mode neither waits for the other.
+TEST_F(SiteTool, InitMakesASiteInWalMode) {
+    site::initSite(path(), false);
+    EXPECT_EQ(readFile(path()).mid(18, 2), QByteArray("\x02\x02"));
+}
+
 TEST_F(SiteTool, TheSameOptionsGiveTheSameRowsAndAnotherSeedOthers) {
     const QString dump = u"select * from tblTrans order by idftransid"_s;
     auto a = site::initSite(path(u"a.tsite"_s), false);
@@ -243,10 +249,11 @@ ToolRun tool(const QStringList& args) {
 
 TEST_F(SiteTool, TheCommandLineHelpsReportsErrorsByNumberAndNeverMakesAFileByAccident) {
     for (const QString& command : {u""_s, u"init"_s, u"demo"_s, u"query"_s}) {
-        const ToolRun help = tool(command.isEmpty() ? QStringList{u"--help"_s}
-                                                    : QStringList{command, u"--help"_s});
+        const ToolRun help =
+            tool(command.isEmpty() ? QStringList{u"--help"_s} : QStringList{command, u"--help"_s});
         EXPECT_EQ(help.status, 0) << command.toStdString();
-        EXPECT_TRUE(help.out.startsWith(u"Usage: tillsight-site "_s + command)) << help.out.toStdString();
+        EXPECT_TRUE(help.out.startsWith(u"Usage: tillsight-site "_s + command))
+            << help.out.toStdString();
     }
 
     const QString missing = path(u"missing.tsite"_s);

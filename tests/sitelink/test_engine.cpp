@@ -84,7 +84,8 @@ TEST_F(SiteEngine, ProgressRisesToOneHundredWhileRowsAreRead) {
     auto rs = engine->openRecordset(u"select * from tbltransdescs order by fldtransdesc"_s,
                                     [&](int p) { seen.push_back(p); });
     EXPECT_EQ(rs->recordCount(), 250u);
-    ASSERT_GE(seen.size(), 50u);
+    // Many steps of the read, not one per row: the read runs once and is measured as it goes.
+    ASSERT_GE(seen.size(), 10u);
     EXPECT_EQ(seen.front(), 0);
     EXPECT_EQ(seen.back(), 100);
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));

@@ -4,6 +4,7 @@
 #include "core/AppGlobals.h"
 #include "core/Session.h"
 #include "core/modError.h"
+#include "link/CancelGuard.h"
 #include "link/frmSites.h"
 #include "link/frmToolbar.h"
 #include "link/modMain.h"
@@ -64,6 +65,7 @@ frmMain::~frmMain() {
     // The link goes with the window's children; none of its last events may reach a window that
     // is half gone.
     QObject::disconnect(&TillsightLink(), nullptr, this, nullptr);
+    TillsightLink().setInputGuard(nullptr);
 }
 
 sitelink::SiteLink& frmMain::TillsightLink() {
@@ -161,6 +163,7 @@ void frmMain::buildDock() {
     toolbar_ = new frmToolbar(*this, dockFrame_);
     dockFrame_->setWidget(toolbar_);
     addDockWidget(Qt::TopDockWidgetArea, dockFrame_);
+    TillsightLink().setInputGuard(toolbar_->cancelGuard());
     QAction* item = menuItem(u"mnuViewConnectionToolbar"_s);
     connect(item, &QAction::triggered, dockFrame_, &QWidget::setVisible);
     // The pane's own close box clears the check mark; hiding the whole window does not.

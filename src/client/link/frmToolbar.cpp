@@ -2,6 +2,7 @@
 
 #include "core/AppGlobals.h"
 #include "core/Session.h"
+#include "link/CancelGuard.h"
 #include "link/modMain.h"
 #include "link/modRAS.h"
 #include "settings/modSites.h"
@@ -21,6 +22,7 @@
 #include <QProgressBar>
 #include <QStyle>
 #include <QToolBar>
+#include <QToolButton>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -92,6 +94,11 @@ void frmToolbar::buildFields() {
     ProgressBar_->setRange(0, 100);
     ProgressBar_->setValue(0);
     ProgressBar_->setFormat(u"Progress Bar"_s);
+    cmdCancel_ = new QToolButton(this);
+    cmdCancel_->setObjectName(u"cmdCancel"_s);
+    cmdCancel_->setText(u"Cancel"_s);
+    cmdCancel_->setToolTip(u"Stop the running query (Esc)"_s);
+    cancelGuard_ = new CancelGuard(cmdCancel_, this);
 
     // The address and the site name get the room; the rest keep their natural width.
     auto* elaMain = new QHBoxLayout(this);
@@ -104,6 +111,7 @@ void frmToolbar::buildFields() {
     elaMain->addWidget(chkDUN_);
     elaMain->addWidget(lblDUN_);
     elaMain->addWidget(ProgressBar_, 2);
+    elaMain->addWidget(cmdCancel_);
 }
 
 void frmToolbar::connectBehaviours() {

@@ -2,10 +2,13 @@
 
 // The connection toolbar: pick a saved site or type an address, port and password, say whether the
 // site is reached over the active dial-up connection, and connect or disconnect. It also carries
-// the progress bar the link drives. It lives for the whole run, docked in the main window.
+// the progress bar the link drives, and beside it the Cancel that stops the link's call (with its
+// guard, which keeps every other input away while the link waits). It lives for the whole run,
+// docked in the main window.
 
 #include <QWidget>
 
+class CancelGuard;
 class QAction;
 class QCheckBox;
 class QComboBox;
@@ -13,6 +16,7 @@ class QLabel;
 class QLineEdit;
 class QProgressBar;
 class QToolBar;
+class QToolButton;
 namespace settings {
 struct Site;
 }
@@ -30,6 +34,9 @@ public:
 
     // The main window writes the link's progress here (value and its format as the caption).
     QProgressBar* ProgressBar() const { return ProgressBar_; }
+    // Enabled while the link waits; the guard is what the main window hands the link.
+    QToolButton* CancelButton() const { return cmdCancel_; }
+    CancelGuard* cancelGuard() const { return cancelGuard_; }
 
     QToolBar* Toolbar() const { return Toolbar_; }
     QAction* ConnectButton() const { return cmdConnect_; }
@@ -68,4 +75,6 @@ private:
     QCheckBox* chkDUN_ = nullptr;
     QLabel* lblDUN_ = nullptr;
     QProgressBar* ProgressBar_ = nullptr;
+    QToolButton* cmdCancel_ = nullptr;
+    CancelGuard* cancelGuard_ = nullptr;
 };

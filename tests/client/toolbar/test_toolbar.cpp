@@ -5,26 +5,34 @@
 #include "settings/SettingsPath.h"
 #include "settings/modSites.h"
 #include "sitelink/SiteLink.h"
+#include "vb/Convert.h"
 
 #include "support/DemoSite.h"
 #include "support/GuiTestSupport.h"
 
+#include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenuBar>
 #include <QPointer>
+#include <QProgressBar>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QToolBar>
+#include <QToolButton>
 
+#include <functional>
 #include <net/if.h>
 #include <sys/socket.h>
 
 using namespace Qt::Literals::StringLiterals;
 using settings::Site;
+using sitelink::SiteLink;
 
 namespace {
 
@@ -91,6 +99,48 @@ protected:
         EXPECT_EQ(bar->chkDUN()->isChecked(), site.DUN);
         EXPECT_EQ(bar->txtAddress()->text(), site.Address);
         EXPECT_EQ(bar->txtAddress()->isEnabled(), !site.DUN);
+    }
+};
+
+// The Cancel beside the progress bar: while the link reads, the button and Escape stop the read
+// and every other click and key is swallowed, so nothing else can start; afterwards the site is
+// still connected and answers.
+class CancelButton : public Toolbar {
+protected:
+    // Every pair of the demo site's transactions: far longer than any test waits for.
+    const QString kLongRead = u"select count(*) from tblTrans as a, tblTrans as b "
+                              u"where a.fldTransQty > b.fldTransQty"_s;
+
+    void SetUp() override {
+        Toolbar::SetUp();
+        connectTo(demo());
+    }
+
+    // Runs the long read, doing `act` once the read is under way; what the read gave.
+    std::shared_ptr<rs::Recordset> readWhile(const std::function<void()>& act) {
+        auto once = std::make_shared<QMetaObject::Connection>();
+        *once = QObject::connect(&link(), &SiteLink::ProgressChanged, [this, once, act] {
+            QObject::disconnect(*once);
+            EXPECT_TRUE(bar->CancelButton()->isEnabled());
+            EXPECT_GT(bar->ProgressBar()->value(), 0);
+            act();
+        });
+        return link().OpenRecordset(kLongRead, u"Reading every pair"_s);
+    }
+
+    void clickCancel() { QTest::mouseClick(bar->CancelButton(), Qt::LeftButton); }
+
+    // After a cancel: the link said so once, the bar and button are at rest, the site answers.
+    void expectCanceledAndUsable(const QSignalSpy& errors) {
+        ASSERT_EQ(errors.size(), 1);
+        EXPECT_EQ(errors[0][1].toInt(), 3059);
+        EXPECT_EQ(errors[0][2].toString(), u"Operation canceled by user."_s);
+        EXPECT_FALSE(bar->CancelButton()->isEnabled());
+        EXPECT_EQ(bar->ProgressBar()->value(), 0);
+        EXPECT_TRUE(link().isConnected());
+        const auto count = link().OpenRecordset(u"select count(*) from tblTrans"_s);
+        ASSERT_TRUE(count);
+        EXPECT_EQ(vb::clng(count->field(0).value()), testsupport::demoSite().summary.transactions);
     }
 };
 
@@ -281,4 +331,33 @@ TEST_F(Toolbar, DialupConnectsToTheFarEndOfTheLink) {
     EXPECT_TRUE(boxes.isEmpty()) << boxes.join(u'\n').toStdString();
     link().Disconnect();
     QDir::setCurrent(previousFolder);
+}
+
+TEST_F(CancelButton, StopsALongReadAndTheSiteStaysUsable) {
+    EXPECT_FALSE(bar->CancelButton()->isEnabled());
+    QSignalSpy errors(&link(), &SiteLink::LinkError);
+    EXPECT_EQ(readWhile([this] { clickCancel(); }), nullptr);
+    expectCanceledAndUsable(errors);
+}
+
+TEST_F(CancelButton, EscapeStopsALongReadWhereverTheFocusIs) {
+    QSignalSpy errors(&link(), &SiteLink::LinkError);
+    EXPECT_EQ(readWhile([this] { QTest::keyClick(bar->txtPort(), Qt::Key_Escape); }), nullptr);
+    expectCanceledAndUsable(errors);
+}
+
+TEST_F(CancelButton, EveryOtherClickAndKeyIsSwallowedWhileTheLinkWaits) {
+    QSignalSpy errors(&link(), &SiteLink::LinkError);
+    const QString address = bar->txtAddress()->text();
+    EXPECT_EQ(readWhile([this] {
+                  QTest::mouseClick(bar->Toolbar()->widgetForAction(bar->DisconnectButton()),
+                                    Qt::LeftButton);
+                  QTest::mouseClick(main->menuBar(), Qt::LeftButton, {}, QPoint(10, 5));
+                  EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
+                  QTest::keyClicks(bar->txtAddress(), u"elsewhere"_s);
+                  clickCancel();
+              }),
+              nullptr);
+    EXPECT_EQ(bar->txtAddress()->text(), address);
+    expectCanceledAndUsable(errors);
 }
