@@ -27,13 +27,6 @@ void showMessage(const QString& text) {
     modShared::fncMessageBox(text, core::applicationTitle(), modShared::vbOKOnly);
 }
 
-// A failure the dialog does not expect (a port that is no number on Edit, one past 32 bits) is
-// reported as the run-time reports it. The program goes on: ending it would lose the unsaved
-// changes of the whole list over one mistyped field.
-void reportUnexpected(const vb::VbError& error) {
-    modShared::subShowRunTimeError(error.number(), error.description());
-}
-
 settings::Site& siteAt(std::int16_t index) {
     if (index < 0 || static_cast<std::size_t>(index) >= gSites.size())
         vb::raise(vb::err::SubscriptOutOfRange);
@@ -239,7 +232,10 @@ void frmSites::cmdOK_Click() {
         else if (mintEditIndex != -1)
             subApplyEdit(dialup);
     } catch (const vb::VbError& error) {
-        reportUnexpected(error);
+        // A failure the dialog does not expect (a port that is no number on Edit, one past 32
+        // bits) is reported as the run-time reports it. The program goes on: ending it would lose
+        // the unsaved changes of the whole list over one mistyped field.
+        modShared::subShowRunTimeError(error.number(), error.description());
         return;
     }
     subRefreshList();
