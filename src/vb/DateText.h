@@ -7,11 +7,11 @@
 // dialect engine's date literals do.
 namespace vb {
 
-// A date and/or time as people and this system write it (m/d/yyyy, yyyy/mm/dd, yyyy-mm-dd,
-// d mmm yyyy, mmmm d, yyyy; each with an optional h:nn[:ss] [AM|PM]); a serial. Three numbers
-// that do not start with the year are read in the regional order of the short date, or always
-// month/day/year when monthFirst is set (as query text is read); a month past 12 swaps with the
-// day, as the language does.
+// A date and/or time read the way the runtime reads them (the rules open DateText.cpp): m/d/yyyy,
+// yyyy/mm/dd, yyyy-mm-dd, d mmm yyyy, mmmm d, yyyy, 2003.1.13, "1 2 3"; times h:nn[:ss] or h.nn
+// with an optional AM/PM mark, or h AM/PM; a serial. Numbers are tried in the regional order of
+// the short date first, or month/day/year when monthFirst is set (as query text is read,
+// whatever the region), then in the other orders the runtime knows.
 std::optional<double> parseDate(QStringView text, bool monthFirst = false);
 
 } // namespace vb
