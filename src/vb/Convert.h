@@ -1,5 +1,6 @@
 #pragma once
 
+#include "vb/DateText.h"
 #include "vb/Variant.h"
 
 #include <QString>
@@ -39,12 +40,6 @@ double timeValue(const Variant& v);
 // A number as people write it: regional decimal point and thousands separators, a currency
 // symbol, a sign or parentheses, an exponent, &H/&O.
 std::optional<double> parseNumber(QStringView text);
-// A date and/or time as people and this system write it (m/d/yyyy, yyyy/mm/dd, yyyy-mm-dd,
-// d mmm yyyy, mmmm d, yyyy; each with an optional h:nn[:ss] [AM|PM]); a serial. Three numbers
-// that do not start with the year are read in the regional order of the short date, or always
-// month/day/year when monthFirst is set (as query text is read); a month past 12 swaps with the
-// day, as the language does.
-std::optional<double> parseDate(QStringView text, bool monthFirst = false);
 
 // The shortest decimal text that reads back as the same double ("0.1", "1E+20", "1.5E-07").
 QString doubleToText(double value);

@@ -197,8 +197,8 @@ TEST_F(LexerTest, DatesReadMonthFirstWhateverTheRegion) {
 }
 
 TEST_F(LexerTest, UnreadableDatesAreInvalidTokensSpanningTheLiteral) {
-    for (const char16_t* text : {u"#2003/02/30#", u"#yesterday#", u"#13/13/2003#", u"##",
-                                 u"#25:00#", u"#3/23/2003 13:00 PM#"}) {
+    for (const char16_t* text :
+         {u"#2003/02/30#", u"#yesterday#", u"#13/13/2003#", u"##", u"#25:00#", u"#2003.13.1#"}) {
         const jet::Token t = single(QString::fromUtf16(text));
         EXPECT_EQ(t.kind, TokenKind::Invalid) << QString::fromUtf16(text).toStdString();
         EXPECT_EQ(t.length, QString::fromUtf16(text).size());

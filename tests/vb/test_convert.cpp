@@ -121,64 +121,14 @@ TEST_F(Conversions, CBoolTakesMinusOneTrueAndAnyNonZeroNumber) {
     EXPECT_EQ(errorOf([] { cbool(Variant::null()); }), 94);
 }
 
-TEST_F(Conversions, CDateReadsTheFormsPeopleAndThisSystemWrite) {
-    const double day = ymd(2003, 3, 23);
-    const double afternoon = ymd(2003, 3, 23, 14, 5, 0);
-    const double withSeconds = ymd(2003, 3, 23, 14, 5, 9);
-    struct Case {
-        const char* text;
-        double expected;
-    } cases[] = {
-        {"3/23/2003", day},
-        {"03/23/2003", day},
-        {"2003/03/23", day},
-        {"2003-03-23", day},
-        {"23 Mar 2003", day},
-        {"23-Mar-03", day},
-        {"March 23, 2003", day},
-        {"Sunday, March 23, 2003", day},
-        {"3/23/03", day},
-        {"3/23/2003 2:05 PM", afternoon},
-        {"3/23/2003 14:05", afternoon},
-        {"2003/03/23 14:05:09", withSeconds},
-        {"2003-03-23T14:05:09", withSeconds},
-        {"23 Mar 2003 2:05:09 pm", withSeconds},
-        {"March 23, 2003 2:05:09 PM", withSeconds},
-        {"3/23/2003 12:00 AM", day},
-        {"3/23/2003 12:30 PM", ymd(2003, 3, 23, 12, 30)},
-        {"14:05:09", (14 * 3600 + 5 * 60 + 9) / 86400.0},
-        {"2:05 PM", (14 * 3600 + 5 * 60) / 86400.0},
-        {"13/1/2003", ymd(2003, 1, 13)}, // a month past 12 swaps with the day
-        {"1/1/30", ymd(1930, 1, 1)},
-        {"1/1/29", ymd(2029, 1, 1)},
-        {"12/29/1899 6:00 AM", -1.25},
-        {"1/1/100", ymd(100, 1, 1)},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.text);
-        EXPECT_DOUBLE_EQ(cdate(Variant(c.text)), c.expected);
-        EXPECT_TRUE(isDate(Variant(c.text)));
-    }
-    for (const char* bad : {"hello", "2/30/2003", "13/13/2003", "3/23/2003 25:00", "1:60",
-                            "3/23/2003 13:00 PM", "", "3//"}) {
-        SCOPED_TRACE(bad);
-        EXPECT_EQ(errorOf([&] { cdate(Variant(bad)); }), 13);
-        EXPECT_FALSE(isDate(Variant(bad)));
-    }
+TEST_F(Conversions, CDateTakesNumbersAsSerials) {
     EXPECT_DOUBLE_EQ(cdate(Variant(37703.25)), 37703.25);
     EXPECT_EQ(errorOf([] { cdate(Variant(1e10)); }), 6);
+    EXPECT_EQ(errorOf([] { cdate(Variant::null()); }), 94);
     EXPECT_TRUE(cvdate(Variant::null()).isNull());
-    EXPECT_DOUBLE_EQ(dateValue(Variant(u"3/23/2003 2:05 PM"_s)), day);
-    EXPECT_DOUBLE_EQ(timeValue(Variant(u"3/23/2003 2:05 PM"_s)), (14 * 3600 + 5 * 60) / 86400.0);
     EXPECT_DOUBLE_EQ(dateValue(Variant::date(-1.25)), -1);
-}
-
-TEST_F(Conversions, QueryTextDatesAreAlwaysMonthFirst) {
-    Regional dayFirst = Regional::enUS();
-    dayFirst.shortDate = u"dd/mm/yyyy"_s;
-    Regional::setCurrent(dayFirst);
-    EXPECT_DOUBLE_EQ(*parseDate(u"2/3/2003"), ymd(2003, 3, 2));
-    EXPECT_DOUBLE_EQ(*parseDate(u"2/3/2003", true), ymd(2003, 2, 3));
+    EXPECT_DOUBLE_EQ(timeValue(Variant::date(-1.25)), 0.25);
+    EXPECT_FALSE(isDate(Variant(37703)));
 }
 
 TEST_F(Conversions, ValTakesTheLeadingNumber) {
