@@ -10,7 +10,7 @@ namespace vb {
 // Date forms are written in the pattern language of Format ("m/d/yyyy").
 struct Regional {
     QString shortDate; // "m/d/yyyy"
-    QString longDate;  // "dddd, mmmm d, yyyy"
+    QString longDate;  // "dddd, mmmm dd, yyyy"
     QString longTime;  // "h:nn:ss AM/PM"
     QString am;        // "AM"
     QString pm;        // "PM"

@@ -52,6 +52,7 @@ TEST_F(Format, NamedDateAndTimeFormats) {
         {at(0), "General Date", "12:00:00 AM"},
         {at(kSunday), "general date", "3/23/2003 2:05:09 PM"},
         {at(kSunday), "Long Date", "Sunday, March 23, 2003"},
+        {at(ymd(2003, 1, 2)), "Long Date", "Thursday, January 02, 2003"}, // the day padded
         {at(kSunday), "Medium Date", "23-Mar-03"},
         {at(kSunday), "SHORT DATE", "3/23/2003"},
         {at(kSunday), "Long Time", "2:05:09 PM"},
@@ -104,6 +105,7 @@ TEST_F(Format, DatePatterns) {
         {at(kSunday), "H:N:S HH:NN:SS", "14:5:9 14:05:09"},
         {at(kSunday), "ddddd", "3/23/2003"},
         {at(kSunday), "dddddd", "Sunday, March 23, 2003"},
+        {at(ymd(2003, 1, 2)), "dddddd", "Thursday, January 02, 2003"},
         {at(kSunday), "ttttt", "2:05:09 PM"},
         {at(kSunday), "c", "3/23/2003 2:05:09 PM"},
         {at(ymd(2003, 3, 23)), "[c]", "[3/23/2003]"},

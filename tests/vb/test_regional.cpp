@@ -10,13 +10,21 @@ using namespace Qt::Literals::StringLiterals;
 TEST(Regional, CAndPosixLocalesMeanEnUs) {
     const Regional c = Regional::fromLocale(QLocale::c());
     EXPECT_EQ(c.shortDate, u"m/d/yyyy");
-    EXPECT_EQ(c.longDate, u"dddd, mmmm d, yyyy");
+    EXPECT_EQ(c.longDate, u"dddd, mmmm dd, yyyy"); // the day padded, unlike Qt's en_US form
     EXPECT_EQ(c.longTime, u"h:nn:ss AM/PM");
     EXPECT_EQ(c.decimalPoint, u".");
     EXPECT_EQ(c.currencySymbol, u"$");
     EXPECT_EQ(c.dayAbbrevs[0], u"Sun");
     EXPECT_EQ(c.monthNames[11], u"December");
-    EXPECT_EQ(Regional::fromLocale(QLocale(u"en_US"_s)).shortDate, c.shortDate);
+    for (const QLocale& enUs :
+         {QLocale(u"en_US"_s), QLocale(QLocale::English, QLocale::UnitedStates),
+          QLocale(u"POSIX"_s)}) {
+        SCOPED_TRACE(enUs.name().toStdString());
+        const Regional r = Regional::fromLocale(enUs);
+        EXPECT_EQ(r.shortDate, c.shortDate);
+        EXPECT_EQ(r.longDate, c.longDate);
+        EXPECT_EQ(r.longTime, c.longTime);
+    }
 }
 
 TEST(Regional, OtherLocalesBringTheirOwnFormsInFormatsPatternLanguage) {
@@ -33,4 +41,5 @@ TEST(Regional, OtherLocalesBringTheirOwnFormsInFormatsPatternLanguage) {
     const Regional gb = Regional::fromLocale(QLocale(QLocale::English, QLocale::UnitedKingdom));
     EXPECT_EQ(gb.shortDate, u"dd/mm/yyyy");
     EXPECT_EQ(gb.timeSeparator, u":");
+    EXPECT_EQ(gb.longDate, u"dddd, d mmmm yyyy"); // its own long form, day unpadded
 }
