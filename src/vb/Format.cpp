@@ -19,9 +19,6 @@ using fmt::DateOptions;
 using fmt::Named;
 using fmt::NumberValue;
 
-// Every result, with nullopt standing for Null.
-using Result = std::optional<QString>;
-
 void checkOptions(int firstDayOfWeek, int firstWeekOfYear) {
     if (firstDayOfWeek < 0 || firstDayOfWeek > 7 || firstWeekOfYear < 0 || firstWeekOfYear > 3)
         raise(err::InvalidProcedureCall);
@@ -104,8 +101,13 @@ std::optional<double> serialOf(const Variant& v) {
     return serial;
 }
 
-Result formatNumber(const CompiledFormat& f, const Variant& v) {
-    if (v.isNull()) return f.nullText;
+// A pattern without a Null section shows Null as nothing.
+QString nullTextOf(const CompiledFormat& f) {
+    return f.nullText.value_or(QString());
+}
+
+QString formatNumberPattern(const CompiledFormat& f, const Variant& v) {
+    if (v.isNull()) return nullTextOf(f);
     const std::optional<NumberValue> n = numberOf(v);
     if (!n) return textOf(v);
     QString out;
@@ -114,8 +116,8 @@ Result formatNumber(const CompiledFormat& f, const Variant& v) {
     return out;
 }
 
-Result formatDateValue(const CompiledFormat& f, const Variant& v, const DateOptions& o) {
-    if (v.isNull()) return f.nullText;
+QString formatDateValue(const CompiledFormat& f, const Variant& v, const DateOptions& o) {
+    if (v.isNull()) return nullTextOf(f);
     const std::optional<double> serial = serialOf(v);
     if (!serial) return v.stringValue();
     QString out;
@@ -151,10 +153,10 @@ void renderTextSection(const fmt::TextSection& s, QStringView text, QString& out
 }
 
 // Text patterns (@ & < > !): the second section is for empty text and Null.
-Result formatText(const CompiledFormat& f, const Variant& v) {
+QString formatText(const CompiledFormat& f, const Variant& v) {
     const QString text = textOf(v);
     const bool useSecond = text.isEmpty() && f.texts.size() > 1;
-    if (v.isNull() && !useSecond) return std::nullopt;
+    if (v.isNull() && !useSecond) return QString();
     const fmt::TextSection& s = f.texts[useSecond ? 1 : 0];
     QString out;
     renderTextSection(s, text, out);
@@ -163,9 +165,9 @@ Result formatText(const CompiledFormat& f, const Variant& v) {
     return out;
 }
 
-Result formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o);
+QString formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o);
 
-Result formatPattern(const QString& pattern, const Variant& v, const DateOptions& o) {
+QString formatPattern(const QString& pattern, const Variant& v, const DateOptions& o) {
     return formatCompiled(*fmt::compiledFormat(pattern), v, o);
 }
 
@@ -206,7 +208,7 @@ QString generalNumber(const Variant& v) {
     }
 }
 
-Result formatNamedNumber(Named named, const Variant& v, const DateOptions& o) {
+QString formatNamedNumber(Named named, const Variant& v, const DateOptions& o) {
     static const QString kFixed = QStringLiteral("0.00");
     static const QString kStandard = QStringLiteral("#,##0.00");
     static const QString kPercent = QStringLiteral("0.00%");
@@ -244,8 +246,8 @@ bool isNamedDate(Named named) {
     return named >= Named::GeneralDate && named <= Named::ShortTime;
 }
 
-Result formatNamed(Named named, const Variant& v, const DateOptions& o) {
-    if (v.isNull()) return std::nullopt;
+QString formatNamed(Named named, const Variant& v, const DateOptions& o) {
+    if (v.isNull()) return QString();
     if (!isNamedDate(named)) return formatNamedNumber(named, v, o);
     const std::optional<double> serial = serialOf(v);
     if (!serial) return v.stringValue();
@@ -255,7 +257,7 @@ Result formatNamed(Named named, const Variant& v, const DateOptions& o) {
     return out;
 }
 
-Result formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o) {
+QString formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o) {
     if (f.named != Named::None) return formatNamed(f.named, v, o);
     switch (f.mode) {
     case fmt::Mode::Date:
@@ -265,8 +267,11 @@ Result formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptio
     case fmt::Mode::Number:
         break;
     }
-    return formatNumber(f, v);
+    return formatNumberPattern(f, v);
 }
+
+// Without a pattern Null stays Null: nullopt.
+using Result = std::optional<QString>;
 
 Result formatAny(const Variant& value, const QString& pattern, int firstDayOfWeek,
                  int firstWeekOfYear) {
@@ -296,7 +301,7 @@ QString formatDate(double serial, const QString& pattern) {
     // text, so making one costs nothing.
     const Variant value = Variant::date(serial);
     if (pattern.isEmpty()) return textOf(value);
-    return formatCompiled(*fmt::compiledFormat(pattern), value, DateOptions{}).value_or(QString());
+    return formatCompiled(*fmt::compiledFormat(pattern), value, DateOptions{});
 }
 
 } // namespace vb

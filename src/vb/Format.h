@@ -9,11 +9,12 @@
 // current Regional forms. Patterns are compiled once and cached.
 namespace vb {
 
-// Format$: always a String. Null gives the fourth section of a number pattern, or "".
+// Format$: always a String. Null gives the pattern's Null section (the fourth of a number or date
+// pattern, the second of a text pattern), or "".
 QString format(const Variant& value, const QString& pattern = QString(), int firstDayOfWeek = 1,
                int firstWeekOfYear = 1);
 
-// Format: a Variant String, or Null when the value is Null and the pattern has nothing for Null.
+// Format: a Variant String; Null only for a Null value without a pattern.
 Variant formatVariant(const Variant& value, const QString& pattern = QString(),
                       int firstDayOfWeek = 1, int firstWeekOfYear = 1);
 

@@ -86,6 +86,9 @@ TEST_F(Format, NamedNumberFormats) {
         {Variant("0"), "On/Off", "Off"},
         {Variant(std::int32_t(7)), "on/off", "On"},
         {Variant("words"), "Yes/No", "words"},
+        {Variant::null(), "Currency", ""},
+        {Variant::null(), "Yes/No", ""},
+        {Variant::null(), "Long Date", ""},
     });
 }
 
@@ -157,7 +160,7 @@ TEST_F(Format, ValuesThroughDatePatterns) {
     });
     EXPECT_EQ(errorOf([] { format(num(1e10), "yyyy"); }), err::Overflow);
     EXPECT_EQ(format(Variant::null(), "dd mmm"), u"");
-    EXPECT_TRUE(formatVariant(Variant::null(), "dd mmm").isNull());
+    EXPECT_EQ(formatVariant(Variant::null(), "dd mmm"), Variant(""));
 }
 
 TEST_F(Format, WeekdayAndWeekNumbersFollowTheFirstDays) {
@@ -260,6 +263,12 @@ TEST_F(Format, PercentAndScientific) {
         {num(-1234.5), "0.00E+00", "-1.23E+03"},
         {num(1.5e300), "0.0E+000", "1.5E+300"},
         {num(5), "0E", "5E"}, // E without a sign and placeholders is a letter
+        // The exponent shows at least as many digits as it has zeros.
+        {num(12345), "0.00E+000", "1.23E+004"},
+        {num(12345), "0.00E-000", "1.23E004"},
+        {num(1.5e-10), "0.00E+000", "1.50E-010"},
+        {num(1.5e-10), "0.00E+0", "1.50E-10"},
+        {num(12345), "0.00E+0000 \"u\"", "1.23E+0004 u"},
     });
 }
 
@@ -270,19 +279,38 @@ TEST_F(Format, SectionsForNegativeZeroAndNull) {
         {num(-5), four, "(5.00)"},
         {num(0), four, "zero"},
         {Variant::null(), four, "null"},
-        {num(0.001), "0.00;-0.00;\"zero\"", "0.00"}, // only an exact zero takes the third
-        {num(-5), "0;;\"zero\"", "-5"},              // empty negative section: first, with minus
-        {num(0), "0;(0);", "0"},                     // empty zero section: the first
+        {num(-5), "0;;\"zero\"", "-5"}, // empty negative section: first, with minus
+        {num(0), "0;(0);", "0"},        // empty zero section: the first
         {num(0), "0;(0)", "0"},
-        {num(-0.001), "0.00;(0.00)", "(0.00)"},
-        // The sign follows the value, not the rounded digits, as the language does.
-        {num(-0.001), "0.00", "-0.00"},
-        {num(-0.4), "0", "-0"},
         {Variant::null(), ";;;n/a", "n/a"}, // the Null section is written as it reads
         {Variant::null(), "0;(0);\\Z", ""},
+        {Variant::null(), "0.0", ""},
     });
-    EXPECT_TRUE(formatVariant(Variant::null(), "0;(0);\\Z").isNull());
+    // Only Format without a pattern gives Null back.
+    EXPECT_EQ(formatVariant(Variant::null(), "0;(0);\\Z"), Variant(""));
     EXPECT_EQ(formatVariant(Variant::null(), four), Variant("null"));
+}
+
+TEST_F(Format, AValueThatRoundsToZeroIsZero) {
+    const char* three = "0.0;(0.0);\"zero\"";
+    expectFormats({
+        {num(0.001), three, "zero"},
+        {num(-0.001), three, "zero"},
+        {num(0.05), three, "0.1"},  // rounds up, away from zero
+        {num(-0.04), "0.0", "0.0"}, // never "-0.0"
+        {num(-0.4), "0", "0"},
+        {num(-0.001), "0.00;(0.00)", "0.00"}, // zero without a third section: the first
+        {num(-0.04), "0.00;(0.0)", "0.00"},   // rounded by the section that would show it
+        {num(-0.04), "0.0;(0.00)", "(0.04)"}, // ... which here keeps the digits
+        {num(0.4), "#;(#);\"z\"", "z"},
+        {num(400), "0,;(0,);\"z\"", "z"},    // after scaling
+        {num(-0.004), "0%;(0%);\"z\"", "z"}, // after the percent
+        {num(-0.006), "0%;(0%);\"z\"", "(1%)"},
+        {num(0.0001), "0.00E+00;;\"z\"", "1.00E-04"}, // a mantissa never rounds to zero
+        {num(-0.001), "Currency", "$0.00"},
+        {num(-0.001), "Fixed", "0.00"},
+        {num(-0.00001), "Percent", "0.00%"},
+    });
 }
 
 TEST_F(Format, OtherValueKinds) {
@@ -340,10 +368,19 @@ TEST_F(Format, TextPatterns) {
         {Variant("Hello"), ">", "HELLO"},
         {Variant("Hello"), "<", "hello"},
         {Variant(std::int32_t(123)), "@@@@@", "  123"},
+        {Variant("12345678"), "@@@-@@", "123456-78"}, // extra text goes to the far placeholder
+        {Variant("12345678"), "!@@@-@@", "123-45678"},
+        {Variant("12"), "&&&-&&", "-12"},
+        {Variant("12"), "!&&&-&&", "12-"},
+        {Variant("12"), "!@@@-@@", "12 -  "},
+        {Variant("4255550100"), "(@@@) @@@-@@@@", "(425) 555-0100"},
+        {Variant("5550100"), "(@@@) @@@-@@@@", "(   ) 555-0100"},
+        {Variant("abc"), "Name: @", "Name: abc"}, // letters around @ are literal, not a date
+        {Variant("abc"), "@ h:nn", "abc h:nn"},
         {Variant(""), "@;\"(empty)\"", "(empty)"},
         {Variant::null(), "@;\"(empty)\"", "(empty)"},
     });
-    EXPECT_TRUE(formatVariant(Variant::null(), "@@").isNull());
+    EXPECT_EQ(formatVariant(Variant::null(), "@@"), Variant(""));
 }
 
 TEST_F(Format, FormatDateIsTheSameAsFormatOfADate) {
