@@ -167,21 +167,74 @@ QString formatText(const CompiledFormat& f, const Variant& v) {
 
 QString formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o);
 
-QString formatPattern(const QString& pattern, const Variant& v, const DateOptions& o) {
+QString formatPattern(const QString& pattern, const Variant& v, const DateOptions& o = {}) {
     return formatCompiled(*fmt::compiledFormat(pattern), v, o);
 }
 
-QString currencyPattern(const Regional& r) {
-    QString number = QStringLiteral("#,##0");
-    if (r.currencyDigits > 0) number += u'.' + QString(r.currencyDigits, u'0');
+// How FormatNumber and its kin lay out an amount, with the regional defaults resolved.
+struct AmountLayout {
+    int digits = 2;
+    bool leadingDigit = true;
+    bool parentheses = false;
+    bool grouping = true;
+};
+
+bool tristate(int value, bool regionalDefault) {
+    return value == kUseDefault ? regionalDefault : value != 0;
+}
+
+AmountLayout layoutOf(const NumberOptions& o, int regionalDigits, bool regionalParentheses) {
+    if (o.digitsAfterDecimal < -1) raise(err::InvalidProcedureCall);
+    const Regional& r = Regional::current();
+    return {o.digitsAfterDecimal == -1 ? regionalDigits : o.digitsAfterDecimal,
+            tristate(o.includeLeadingDigit, r.leadingZero),
+            tristate(o.useParensForNegativeNumbers, regionalParentheses),
+            tristate(o.groupDigits, r.groupDigits)};
+}
+
+// "#,##0.00" and its kin. Without a leading digit ".5" shows no 0, but a whole number still
+// shows its units.
+QString amountPattern(const AmountLayout& l) {
+    QString p = l.grouping ? QStringLiteral("#,##") : QString();
+    p += l.leadingDigit || l.digits == 0 ? u'0' : u'#';
+    if (l.digits > 0) p += u'.' + QString(l.digits, u'0');
+    return p;
+}
+
+QString withNegativeSection(const QString& positive, bool parentheses) {
+    return positive + u';' + (parentheses ? u'(' + positive + u')' : u'-' + positive);
+}
+
+QString currencyPattern(const AmountLayout& l) {
+    const Regional& r = Regional::current();
     QString symbol = r.currencySymbol;
     symbol.remove(u'"');
+    const QString amount = amountPattern(l);
     // A symbol written after the amount stands apart from it ("1.234,50 €").
-    const QString positive = r.currencySymbolFirst ? u'"' + symbol + u'"' + number
-                                                   : number + QStringLiteral("\" ") + symbol + u'"';
-    const QString negative =
-        r.currencyNegativeInParentheses ? u'(' + positive + u')' : u'-' + positive;
-    return positive + u';' + negative;
+    const QString positive = r.currencySymbolFirst ? u'"' + symbol + u'"' + amount
+                                                   : amount + QStringLiteral("\" ") + symbol + u'"';
+    return withNegativeSection(positive, l.parentheses);
+}
+
+AmountLayout regionalCurrencyLayout(const NumberOptions& o = {}) {
+    const Regional& r = Regional::current();
+    return layoutOf(o, r.currencyDigits, r.currencyNegativeInParentheses);
+}
+
+AmountLayout regionalNumberLayout(const NumberOptions& o) {
+    const Regional& r = Regional::current();
+    return layoutOf(o, r.numberDigits, r.negativeInParentheses);
+}
+
+// The number FormatNumber and its kin show: text as CDbl reads it, every other kind as Format
+// takes it (Currency exactly, a Date as its serial, True as -1).
+Variant amountOf(const Variant& value) {
+    return value.isString() ? Variant(cdbl(value)) : value;
+}
+
+Variant formatAmount(const Variant& value, const QString& pattern) {
+    if (value.isNull()) return Variant::null();
+    return Variant(formatPattern(pattern, amountOf(value)));
 }
 
 // "General Number": the number as CStr writes it, so without grouping. The value is known to
@@ -215,7 +268,7 @@ QString formatNamedNumber(Named named, const Variant& v, const DateOptions& o) {
     static const QString kScientific = QStringLiteral("0.00E+00");
     switch (named) {
     case Named::Currency:
-        return formatPattern(currencyPattern(Regional::current()), v, o);
+        return formatPattern(currencyPattern(regionalCurrencyLayout()), v, o);
     case Named::Fixed:
         return formatPattern(kFixed, v, o);
     case Named::Standard:
@@ -270,7 +323,7 @@ QString formatCompiled(const CompiledFormat& f, const Variant& v, const DateOpti
     return formatNumberPattern(f, v);
 }
 
-// Without a pattern Null stays Null: nullopt.
+// Format's result: nullopt for the Null that only a missing pattern gives back.
 using Result = std::optional<QString>;
 
 Result formatAny(const Variant& value, const QString& pattern, int firstDayOfWeek,
@@ -302,6 +355,32 @@ QString formatDate(double serial, const QString& pattern) {
     const Variant value = Variant::date(serial);
     if (pattern.isEmpty()) return textOf(value);
     return formatCompiled(*fmt::compiledFormat(pattern), value, DateOptions{});
+}
+
+Variant formatNumber(const Variant& value, const NumberOptions& options) {
+    const AmountLayout l = regionalNumberLayout(options);
+    return formatAmount(value, withNegativeSection(amountPattern(l), l.parentheses));
+}
+
+Variant formatCurrency(const Variant& value, const NumberOptions& options) {
+    return formatAmount(value, currencyPattern(regionalCurrencyLayout(options)));
+}
+
+Variant formatPercent(const Variant& value, const NumberOptions& options) {
+    const AmountLayout l = regionalNumberLayout(options);
+    return formatAmount(value, withNegativeSection(amountPattern(l) + u'%', l.parentheses));
+}
+
+Variant formatDateTime(const Variant& value, int namedFormat) {
+    static constexpr Named kNamed[] = {Named::GeneralDate, Named::LongDate, Named::ShortDate,
+                                       Named::LongTime, Named::ShortTime};
+    if (namedFormat < 0 || namedFormat >= static_cast<int>(std::size(kNamed)))
+        raise(err::InvalidProcedureCall);
+    if (value.isNull()) return Variant::null();
+    const double serial = cdate(value);
+    QString out;
+    fmt::renderNamedDate(kNamed[namedFormat], serial, DateOptions{}, out);
+    return Variant(std::move(out));
 }
 
 } // namespace vb

@@ -1,3 +1,4 @@
+#include "vb/Convert.h"
 #include "vb/DateTime.h"
 #include "vb/Format.h"
 
@@ -426,4 +427,162 @@ TEST_F(Format, ManyPatternsOutgrowTheCacheWithoutMixingThemUp) {
             ASSERT_EQ(format(num(1), "0." + zeros + "\\x"), "1." + zeros + "x") << decimals;
         }
     }
+}
+
+namespace {
+
+struct AmountCase {
+    Variant value;
+    NumberOptions options;
+    const char* expected;
+};
+
+// The cases of one function of the FormatNumber family.
+class Amounts {
+public:
+    using Function = Variant (*)(const Variant&, const NumberOptions&);
+    explicit Amounts(Function f) : f_(f) {}
+
+    void expect(const std::vector<AmountCase>& cases) const {
+        for (const AmountCase& c : cases) {
+            const NumberOptions& o = c.options;
+            SCOPED_TRACE(testing::Message()
+                         << cstr(c.value).toStdString() << " " << o.digitsAfterDecimal << " "
+                         << o.includeLeadingDigit << " " << o.useParensForNegativeNumbers << " "
+                         << o.groupDigits);
+            EXPECT_EQ(f_(c.value, c.options), Variant(QString::fromUtf8(c.expected)));
+        }
+    }
+
+private:
+    Function f_;
+};
+
+constexpr int kTrue = -1, kFalse = 0, kDefault = kUseDefault;
+
+} // namespace
+
+TEST_F(Format, FormatNumber) {
+    Amounts(formatNumber)
+        .expect({
+            {num(20000), {}, "20,000.00"},
+            {num(20000), {5}, "20,000.00000"},
+            {num(1234.5678), {0}, "1,235"},
+            {num(0.2), {}, "0.20"},
+            {num(0.2), {2, kFalse}, ".20"},
+            {num(0.2), {2, kTrue}, "0.20"},
+            {num(0), {2, kFalse}, ".00"},
+            {num(0.4), {0, kFalse}, "0"}, // no fraction shown: the units stay
+            {num(-50), {}, "-50.00"},
+            {num(-50), {1, kTrue, kFalse}, "-50.0"},
+            {num(-50), {1, kTrue, kTrue}, "(50.0)"},
+            {num(-5), {0, kDefault, 1}, "(5)"}, // any truth is True
+            {num(10000000), {1, kTrue, kTrue, kFalse}, "10000000.0"},
+            {num(2.5), {0}, "3"}, // half away from zero, as Format rounds
+            {num(0.125), {}, "0.13"},
+            {num(-0.001), {}, "0.00"},
+            {num(-0.001), {2, kDefault, kTrue}, "0.00"},
+            {num(1e20), {0}, "100,000,000,000,000,000,000"},
+            {Variant(true), {}, "-1.00"},
+            {Variant(std::int16_t(7)), {}, "7.00"},
+            {Variant(Currency{std::numeric_limits<std::int64_t>::max()}),
+             {4},
+             "922,337,203,685,477.5807"},
+            {at(37703.5), {}, "37,703.50"},
+            {Variant("1,234.5"), {}, "1,234.50"},
+            {Variant(), {}, "0.00"},
+        });
+    EXPECT_TRUE(formatNumber(Variant::null()).isNull());
+    EXPECT_EQ(errorOf([] { formatNumber(Variant("abc")); }), err::TypeMismatch);
+    EXPECT_EQ(errorOf([] { formatNumber(num(1), {-2}); }), err::InvalidProcedureCall);
+}
+
+TEST_F(Format, FormatCurrency) {
+    Amounts(formatCurrency)
+        .expect({
+            {num(1234.5), {}, "$1,234.50"},
+            {num(-1234.5), {}, "($1,234.50)"},
+            {num(-1234.5), {-1, kDefault, kFalse}, "-$1,234.50"},
+            {num(0.5), {2, kFalse}, "$.50"},
+            {num(1234.5), {0}, "$1,235"},
+            {num(1234567), {2, kDefault, kDefault, kFalse}, "$1234567.00"},
+            {num(-0.001), {}, "$0.00"},
+            {Variant(Currency{12345}), {3}, "$1.235"},
+            {Variant("$1,234.50"), {}, "$1,234.50"},
+        });
+    EXPECT_TRUE(formatCurrency(Variant::null()).isNull());
+    EXPECT_EQ(errorOf([] { formatCurrency(Variant("abc")); }), err::TypeMismatch);
+}
+
+TEST_F(Format, FormatPercent) {
+    Amounts(formatPercent)
+        .expect({
+            {num(0.5), {}, "50.00%"},
+            {num(0.1234), {1}, "12.3%"},
+            {num(-0.5), {}, "-50.00%"},
+            {num(-0.5), {-1, kDefault, kTrue}, "(50.00%)"},
+            {num(1000), {}, "100,000.00%"},
+            {num(1000), {0, kDefault, kDefault, kFalse}, "100000%"},
+            {num(0.005), {2, kFalse}, ".50%"},
+            {Variant("0.25"), {}, "25.00%"},
+        });
+    EXPECT_TRUE(formatPercent(Variant::null()).isNull());
+}
+
+TEST_F(Format, AmountDefaultsComeFromTheRegionalForms) {
+    Regional r = Regional::enUS();
+    r.numberDigits = 3;
+    r.leadingZero = false;
+    r.negativeInParentheses = true;
+    r.groupDigits = false;
+    r.currencyDigits = 0;
+    r.currencySymbol = "kr";
+    r.currencySymbolFirst = false;
+    r.currencyNegativeInParentheses = false;
+    r.decimalPoint = ",";
+    Regional::setCurrent(r);
+    Amounts(formatNumber)
+        .expect({
+            {num(-0.5), {}, "(,500)"},
+            {num(1234.5), {}, "1234,500"},
+            {num(-0.5), {1, kTrue, kFalse, kTrue}, "-0,5"},
+        });
+    Amounts(formatCurrency)
+        .expect({
+            {num(-1234.5), {}, "-1235 kr"},
+            {num(1234.5), {2}, "1234,50 kr"},
+        });
+    Amounts(formatPercent).expect({{num(-0.5), {}, "(50,000%)"}});
+    EXPECT_EQ(format(num(-1234.5), "Currency"), formatCurrency(num(-1234.5)).stringValue());
+}
+
+TEST_F(Format, FormatDateTime) {
+    struct DateTimeCase {
+        Variant value;
+        int named;
+        const char* expected;
+    };
+    const std::vector<DateTimeCase> cases = {
+        {at(kSunday), 0, "3/23/2003 2:05:09 PM"},
+        {at(ymd(2003, 3, 23)), 0, "3/23/2003"}, // no time at midnight
+        {at(0.75), 0, "6:00:00 PM"},            // no date on day 0
+        {at(ymd(2003, 1, 2, 9)), 1, "Thursday, January 02, 2003"},
+        {at(kSunday), 2, "3/23/2003"},
+        {at(kSunday), 3, "2:05:09 PM"},
+        {at(ymd(2003, 3, 23)), 3, "12:00:00 AM"},
+        {at(kSunday), 4, "14:05"},
+        {Variant("2003-03-23 14:05"), 4, "14:05"},
+        {num(37703.5), 2, "3/23/2003"},
+        {Variant(std::int32_t(37703)), 1, "Sunday, March 23, 2003"},
+    };
+    for (const DateTimeCase& c : cases) {
+        SCOPED_TRACE(c.named);
+        EXPECT_EQ(formatDateTime(c.value, c.named), Variant(QString::fromUtf8(c.expected)));
+    }
+    EXPECT_EQ(formatDateTime(at(kSunday)), formatDateTime(at(kSunday), 0));
+    EXPECT_TRUE(formatDateTime(Variant::null(), 1).isNull());
+    EXPECT_EQ(errorOf([] { formatDateTime(Variant("hello")); }), err::TypeMismatch);
+    EXPECT_EQ(errorOf([] { formatDateTime(num(1e10)); }), err::Overflow);
+    EXPECT_EQ(errorOf([] { formatDateTime(at(kSunday), 5); }), err::InvalidProcedureCall);
+    EXPECT_EQ(errorOf([] { formatDateTime(at(kSunday), -1); }), err::InvalidProcedureCall);
 }
