@@ -1,4 +1,3 @@
-#include "vb/Convert.h"
 #include "vb/DateTime.h"
 #include "vb/Format.h"
 
@@ -88,8 +87,6 @@ TEST_F(Format, NamedNumberFormats) {
         {Variant(std::int32_t(7)), "on/off", "On"},
         {Variant("words"), "Yes/No", "words"},
         {Variant::null(), "Currency", ""},
-        {Variant::null(), "Yes/No", ""},
-        {Variant::null(), "Long Date", ""},
     });
 }
 
@@ -266,10 +263,7 @@ TEST_F(Format, PercentAndScientific) {
         {num(5), "0E", "5E"}, // E without a sign and placeholders is a letter
         // The exponent shows at least as many digits as it has zeros.
         {num(12345), "0.00E+000", "1.23E+004"},
-        {num(12345), "0.00E-000", "1.23E004"},
         {num(1.5e-10), "0.00E+000", "1.50E-010"},
-        {num(1.5e-10), "0.00E+0", "1.50E-10"},
-        {num(12345), "0.00E+0000 \"u\"", "1.23E+0004 u"},
     });
 }
 
@@ -296,21 +290,11 @@ TEST_F(Format, AValueThatRoundsToZeroIsZero) {
     const char* three = "0.0;(0.0);\"zero\"";
     expectFormats({
         {num(0.001), three, "zero"},
-        {num(-0.001), three, "zero"},
-        {num(0.05), three, "0.1"},  // rounds up, away from zero
-        {num(-0.04), "0.0", "0.0"}, // never "-0.0"
-        {num(-0.4), "0", "0"},
-        {num(-0.001), "0.00;(0.00)", "0.00"}, // zero without a third section: the first
-        {num(-0.04), "0.00;(0.0)", "0.00"},   // rounded by the section that would show it
-        {num(-0.04), "0.0;(0.00)", "(0.04)"}, // ... which here keeps the digits
-        {num(0.4), "#;(#);\"z\"", "z"},
-        {num(400), "0,;(0,);\"z\"", "z"},    // after scaling
-        {num(-0.004), "0%;(0%);\"z\"", "z"}, // after the percent
-        {num(-0.006), "0%;(0%);\"z\"", "(1%)"},
+        {num(-0.04), "0.0", "0.0"},                   // never "-0.0"
+        {num(-0.001), "0.00;(0.00)", "0.00"},         // zero without a third section: the first
+        {num(-0.04), "0.0;(0.00)", "(0.04)"},         // rounded by the section that shows it
+        {num(-0.004), "0%;(0%);\"z\"", "z"},          // after the percent
         {num(0.0001), "0.00E+00;;\"z\"", "1.00E-04"}, // a mantissa never rounds to zero
-        {num(-0.001), "Currency", "$0.00"},
-        {num(-0.001), "Fixed", "0.00"},
-        {num(-0.00001), "Percent", "0.00%"},
     });
 }
 
@@ -372,12 +356,8 @@ TEST_F(Format, TextPatterns) {
         {Variant("12345678"), "@@@-@@", "123456-78"}, // extra text goes to the far placeholder
         {Variant("12345678"), "!@@@-@@", "123-45678"},
         {Variant("12"), "&&&-&&", "-12"},
-        {Variant("12"), "!&&&-&&", "12-"},
         {Variant("12"), "!@@@-@@", "12 -  "},
-        {Variant("4255550100"), "(@@@) @@@-@@@@", "(425) 555-0100"},
-        {Variant("5550100"), "(@@@) @@@-@@@@", "(   ) 555-0100"},
         {Variant("abc"), "Name: @", "Name: abc"}, // letters around @ are literal, not a date
-        {Variant("abc"), "@ h:nn", "abc h:nn"},
         {Variant(""), "@;\"(empty)\"", "(empty)"},
         {Variant::null(), "@;\"(empty)\"", "(empty)"},
     });
@@ -429,104 +409,38 @@ TEST_F(Format, ManyPatternsOutgrowTheCacheWithoutMixingThemUp) {
     }
 }
 
-namespace {
-
-struct AmountCase {
-    Variant value;
-    NumberOptions options;
-    const char* expected;
-};
-
-// The cases of one function of the FormatNumber family.
-class Amounts {
-public:
+TEST_F(Format, FormatNumberCurrencyAndPercent) {
     using Function = Variant (*)(const Variant&, const NumberOptions&);
-    explicit Amounts(Function f) : f_(f) {}
-
-    void expect(const std::vector<AmountCase>& cases) const {
-        for (const AmountCase& c : cases) {
-            const NumberOptions& o = c.options;
-            SCOPED_TRACE(testing::Message()
-                         << cstr(c.value).toStdString() << " " << o.digitsAfterDecimal << " "
-                         << o.includeLeadingDigit << " " << o.useParensForNegativeNumbers << " "
-                         << o.groupDigits);
-            EXPECT_EQ(f_(c.value, c.options), Variant(QString::fromUtf8(c.expected)));
-        }
+    constexpr int kTrue = -1, kFalse = 0, kDefault = kUseDefault;
+    struct AmountCase {
+        Function f;
+        Variant value;
+        NumberOptions options;
+        const char* expected;
+    };
+    const Variant largest(Currency{std::numeric_limits<std::int64_t>::max()});
+    const std::vector<AmountCase> cases = {
+        {formatNumber, num(0.2), {2, kFalse}, ".20"},
+        {formatNumber, num(0.4), {0, kFalse}, "0"}, // no fraction shown: the units stay
+        {formatNumber, num(-50), {1, kTrue, kTrue}, "(50.0)"},
+        {formatNumber, num(-5), {0, kDefault, 1}, "(5)"}, // any truth is True
+        {formatNumber, num(2.5), {0}, "3"},               // half away from zero, as Format rounds
+        {formatNumber, num(-0.001), {2, kDefault, kTrue}, "0.00"},
+        {formatNumber, largest, {4}, "922,337,203,685,477.5807"},
+        {formatNumber, Variant("1,234.5"), {}, "1,234.50"},
+        {formatCurrency, num(-1234.5), {}, "($1,234.50)"},
+        {formatCurrency, num(-1234.5), {-1, kDefault, kFalse}, "-$1,234.50"},
+        {formatCurrency, num(0.5), {2, kFalse, kDefault, kFalse}, "$.50"},
+        {formatPercent, num(0.1234), {1}, "12.3%"},
+        {formatPercent, num(-10), {0, kDefault, kTrue, kFalse}, "(1000%)"},
+    };
+    for (const AmountCase& c : cases) {
+        SCOPED_TRACE(c.expected);
+        EXPECT_EQ(c.f(c.value, c.options), Variant(QString::fromUtf8(c.expected)));
     }
-
-private:
-    Function f_;
-};
-
-constexpr int kTrue = -1, kFalse = 0, kDefault = kUseDefault;
-
-} // namespace
-
-TEST_F(Format, FormatNumber) {
-    Amounts(formatNumber)
-        .expect({
-            {num(20000), {}, "20,000.00"},
-            {num(20000), {5}, "20,000.00000"},
-            {num(1234.5678), {0}, "1,235"},
-            {num(0.2), {}, "0.20"},
-            {num(0.2), {2, kFalse}, ".20"},
-            {num(0.2), {2, kTrue}, "0.20"},
-            {num(0), {2, kFalse}, ".00"},
-            {num(0.4), {0, kFalse}, "0"}, // no fraction shown: the units stay
-            {num(-50), {}, "-50.00"},
-            {num(-50), {1, kTrue, kFalse}, "-50.0"},
-            {num(-50), {1, kTrue, kTrue}, "(50.0)"},
-            {num(-5), {0, kDefault, 1}, "(5)"}, // any truth is True
-            {num(10000000), {1, kTrue, kTrue, kFalse}, "10000000.0"},
-            {num(2.5), {0}, "3"}, // half away from zero, as Format rounds
-            {num(0.125), {}, "0.13"},
-            {num(-0.001), {}, "0.00"},
-            {num(-0.001), {2, kDefault, kTrue}, "0.00"},
-            {num(1e20), {0}, "100,000,000,000,000,000,000"},
-            {Variant(true), {}, "-1.00"},
-            {Variant(std::int16_t(7)), {}, "7.00"},
-            {Variant(Currency{std::numeric_limits<std::int64_t>::max()}),
-             {4},
-             "922,337,203,685,477.5807"},
-            {at(37703.5), {}, "37,703.50"},
-            {Variant("1,234.5"), {}, "1,234.50"},
-            {Variant(), {}, "0.00"},
-        });
-    EXPECT_TRUE(formatNumber(Variant::null()).isNull());
-    EXPECT_EQ(errorOf([] { formatNumber(Variant("abc")); }), err::TypeMismatch);
-    EXPECT_EQ(errorOf([] { formatNumber(num(1), {-2}); }), err::InvalidProcedureCall);
-}
-
-TEST_F(Format, FormatCurrency) {
-    Amounts(formatCurrency)
-        .expect({
-            {num(1234.5), {}, "$1,234.50"},
-            {num(-1234.5), {}, "($1,234.50)"},
-            {num(-1234.5), {-1, kDefault, kFalse}, "-$1,234.50"},
-            {num(0.5), {2, kFalse}, "$.50"},
-            {num(1234.5), {0}, "$1,235"},
-            {num(1234567), {2, kDefault, kDefault, kFalse}, "$1234567.00"},
-            {num(-0.001), {}, "$0.00"},
-            {Variant(Currency{12345}), {3}, "$1.235"},
-            {Variant("$1,234.50"), {}, "$1,234.50"},
-        });
     EXPECT_TRUE(formatCurrency(Variant::null()).isNull());
-    EXPECT_EQ(errorOf([] { formatCurrency(Variant("abc")); }), err::TypeMismatch);
-}
-
-TEST_F(Format, FormatPercent) {
-    Amounts(formatPercent)
-        .expect({
-            {num(0.5), {}, "50.00%"},
-            {num(0.1234), {1}, "12.3%"},
-            {num(-0.5), {}, "-50.00%"},
-            {num(-0.5), {-1, kDefault, kTrue}, "(50.00%)"},
-            {num(1000), {}, "100,000.00%"},
-            {num(1000), {0, kDefault, kDefault, kFalse}, "100000%"},
-            {num(0.005), {2, kFalse}, ".50%"},
-            {Variant("0.25"), {}, "25.00%"},
-        });
-    EXPECT_TRUE(formatPercent(Variant::null()).isNull());
+    EXPECT_EQ(errorOf([] { formatPercent(Variant("abc")); }), err::TypeMismatch);
+    EXPECT_EQ(errorOf([] { formatNumber(num(1), {-2}); }), err::InvalidProcedureCall);
 }
 
 TEST_F(Format, AmountDefaultsComeFromTheRegionalForms) {
@@ -536,53 +450,27 @@ TEST_F(Format, AmountDefaultsComeFromTheRegionalForms) {
     r.negativeInParentheses = true;
     r.groupDigits = false;
     r.currencyDigits = 0;
-    r.currencySymbol = "kr";
-    r.currencySymbolFirst = false;
-    r.currencyNegativeInParentheses = false;
-    r.decimalPoint = ",";
     Regional::setCurrent(r);
-    Amounts(formatNumber)
-        .expect({
-            {num(-0.5), {}, "(,500)"},
-            {num(1234.5), {}, "1234,500"},
-            {num(-0.5), {1, kTrue, kFalse, kTrue}, "-0,5"},
-        });
-    Amounts(formatCurrency)
-        .expect({
-            {num(-1234.5), {}, "-1235 kr"},
-            {num(1234.5), {2}, "1234,50 kr"},
-        });
-    Amounts(formatPercent).expect({{num(-0.5), {}, "(50,000%)"}});
-    EXPECT_EQ(format(num(-1234.5), "Currency"), formatCurrency(num(-1234.5)).stringValue());
+    EXPECT_EQ(formatNumber(num(-1234.5)), Variant("(1234.500)"));
+    EXPECT_EQ(formatPercent(num(0.005)), Variant(".500%"));
+    EXPECT_EQ(formatCurrency(num(-1234.5)), Variant("($1235)"));
+    EXPECT_EQ(formatNumber(num(-0.5), {1, -1, 0, -1}), Variant("-0.5"));
 }
 
 TEST_F(Format, FormatDateTime) {
-    struct DateTimeCase {
-        Variant value;
-        int named;
-        const char* expected;
+    const std::vector<std::pair<int, const char*>> named = {
+        {0, "3/23/2003 2:05:09 PM"},
+        {1, "Sunday, March 23, 2003"},
+        {2, "3/23/2003"},
+        {3, "2:05:09 PM"},
+        {4, "14:05"},
     };
-    const std::vector<DateTimeCase> cases = {
-        {at(kSunday), 0, "3/23/2003 2:05:09 PM"},
-        {at(ymd(2003, 3, 23)), 0, "3/23/2003"}, // no time at midnight
-        {at(0.75), 0, "6:00:00 PM"},            // no date on day 0
-        {at(ymd(2003, 1, 2, 9)), 1, "Thursday, January 02, 2003"},
-        {at(kSunday), 2, "3/23/2003"},
-        {at(kSunday), 3, "2:05:09 PM"},
-        {at(ymd(2003, 3, 23)), 3, "12:00:00 AM"},
-        {at(kSunday), 4, "14:05"},
-        {Variant("2003-03-23 14:05"), 4, "14:05"},
-        {num(37703.5), 2, "3/23/2003"},
-        {Variant(std::int32_t(37703)), 1, "Sunday, March 23, 2003"},
-    };
-    for (const DateTimeCase& c : cases) {
-        SCOPED_TRACE(c.named);
-        EXPECT_EQ(formatDateTime(c.value, c.named), Variant(QString::fromUtf8(c.expected)));
-    }
-    EXPECT_EQ(formatDateTime(at(kSunday)), formatDateTime(at(kSunday), 0));
+    for (const auto& [n, expected] : named)
+        EXPECT_EQ(formatDateTime(at(kSunday), n), Variant(expected)) << n;
+    EXPECT_EQ(formatDateTime(at(ymd(2003, 3, 23)), 3), Variant("12:00:00 AM"));
+    EXPECT_EQ(formatDateTime(num(37703.5), 2), Variant("3/23/2003"));
     EXPECT_TRUE(formatDateTime(Variant::null(), 1).isNull());
     EXPECT_EQ(errorOf([] { formatDateTime(Variant("hello")); }), err::TypeMismatch);
     EXPECT_EQ(errorOf([] { formatDateTime(num(1e10)); }), err::Overflow);
     EXPECT_EQ(errorOf([] { formatDateTime(at(kSunday), 5); }), err::InvalidProcedureCall);
-    EXPECT_EQ(errorOf([] { formatDateTime(at(kSunday), -1); }), err::InvalidProcedureCall);
 }

