@@ -55,6 +55,11 @@ const DialectFunction kFunctions[] = {
     {"cstr", 1, 1, Scalar, kText, body(valueFunction<convertedTo<vb::cstr>>)},
     {"cbool", 1, 1, Scalar, kBoolean, body(valueFunction<convertedTo<vb::cbool>>)},
     {"format", 1, 4, Scalar, kText, body(directFunction<fnFormat>)},
+    {"formatnumber", 1, 5, Scalar, kText, body(valueFunction<fnFormatAmount<vb::formatNumber>>)},
+    {"formatcurrency", 1, 5, Scalar, kText,
+     body(valueFunction<fnFormatAmount<vb::formatCurrency>>)},
+    {"formatpercent", 1, 5, Scalar, kText, body(valueFunction<fnFormatAmount<vb::formatPercent>>)},
+    {"formatdatetime", 1, 2, Scalar, kText, body(valueFunction<fnFormatDateTime>)},
 
     {"ucase", 1, 1, Scalar, kText, body(directFunction<changeCase<true>>)},
     {"lcase", 1, 1, Scalar, kText, body(directFunction<changeCase<false>>)},

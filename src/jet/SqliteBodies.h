@@ -141,6 +141,24 @@ inline void fnFormat(const Call& c) {
     c.result(vb::formatVariant(c.value(0), pattern.get(), intArg(c, 2, 1), intArg(c, 3, 1)));
 }
 
+// FormatNumber, FormatCurrency and FormatPercent(expression[, numdigitsafterdecimal[,
+// includeleadingdigit[, useparensfornegativenumbers[, groupdigits]]]]). The arguments are Longs;
+// the tri-states arrive as the numbers -1, 0 and -2.
+template <Variant (*Format)(const Variant&, const vb::NumberOptions&)>
+Variant fnFormatAmount(const Call& c) {
+    const auto optional = [&c](int i, int fallback) { return c.has(i) ? longArg(c, i) : fallback; };
+    const vb::NumberOptions options{optional(1, -1), optional(2, vb::kUseDefault),
+                                    optional(3, vb::kUseDefault), optional(4, vb::kUseDefault)};
+    // Every decimal asked for is written: refuse what the connection could not hold.
+    checkLength(c, options.digitsAfterDecimal);
+    return Format(c.value(0), options);
+}
+
+// FormatDateTime(date[, namedformat]).
+inline Variant fnFormatDateTime(const Call& c) {
+    return vb::formatDateTime(c.value(0), c.has(1) ? longArg(c, 1) : 0);
+}
+
 // ---- text ----
 
 inline void fnLeft(const Call& c) {

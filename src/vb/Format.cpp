@@ -19,9 +19,6 @@ using fmt::DateOptions;
 using fmt::Named;
 using fmt::NumberValue;
 
-// Every result, with nullopt standing for Null.
-using Result = std::optional<QString>;
-
 void checkOptions(int firstDayOfWeek, int firstWeekOfYear) {
     if (firstDayOfWeek < 0 || firstDayOfWeek > 7 || firstWeekOfYear < 0 || firstWeekOfYear > 3)
         raise(err::InvalidProcedureCall);
@@ -104,8 +101,13 @@ std::optional<double> serialOf(const Variant& v) {
     return serial;
 }
 
-Result formatNumber(const CompiledFormat& f, const Variant& v) {
-    if (v.isNull()) return f.nullText;
+// A pattern without a Null section shows Null as nothing.
+QString nullTextOf(const CompiledFormat& f) {
+    return f.nullText.value_or(QString());
+}
+
+QString formatNumberPattern(const CompiledFormat& f, const Variant& v) {
+    if (v.isNull()) return nullTextOf(f);
     const std::optional<NumberValue> n = numberOf(v);
     if (!n) return textOf(v);
     QString out;
@@ -114,8 +116,8 @@ Result formatNumber(const CompiledFormat& f, const Variant& v) {
     return out;
 }
 
-Result formatDateValue(const CompiledFormat& f, const Variant& v, const DateOptions& o) {
-    if (v.isNull()) return f.nullText;
+QString formatDateValue(const CompiledFormat& f, const Variant& v, const DateOptions& o) {
+    if (v.isNull()) return nullTextOf(f);
     const std::optional<double> serial = serialOf(v);
     if (!serial) return v.stringValue();
     QString out;
@@ -151,10 +153,10 @@ void renderTextSection(const fmt::TextSection& s, QStringView text, QString& out
 }
 
 // Text patterns (@ & < > !): the second section is for empty text and Null.
-Result formatText(const CompiledFormat& f, const Variant& v) {
+QString formatText(const CompiledFormat& f, const Variant& v) {
     const QString text = textOf(v);
     const bool useSecond = text.isEmpty() && f.texts.size() > 1;
-    if (v.isNull() && !useSecond) return std::nullopt;
+    if (v.isNull() && !useSecond) return QString();
     const fmt::TextSection& s = f.texts[useSecond ? 1 : 0];
     QString out;
     renderTextSection(s, text, out);
@@ -163,23 +165,76 @@ Result formatText(const CompiledFormat& f, const Variant& v) {
     return out;
 }
 
-Result formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o);
+QString formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o);
 
-Result formatPattern(const QString& pattern, const Variant& v, const DateOptions& o) {
+QString formatPattern(const QString& pattern, const Variant& v, const DateOptions& o = {}) {
     return formatCompiled(*fmt::compiledFormat(pattern), v, o);
 }
 
-QString currencyPattern(const Regional& r) {
-    QString number = QStringLiteral("#,##0");
-    if (r.currencyDigits > 0) number += u'.' + QString(r.currencyDigits, u'0');
+// How FormatNumber and its kin lay out an amount, with the regional defaults resolved.
+struct AmountLayout {
+    int digits = 2;
+    bool leadingDigit = true;
+    bool parentheses = false;
+    bool grouping = true;
+};
+
+bool tristate(int value, bool regionalDefault) {
+    return value == kUseDefault ? regionalDefault : value != 0;
+}
+
+AmountLayout layoutOf(const NumberOptions& o, int regionalDigits, bool regionalParentheses) {
+    if (o.digitsAfterDecimal < -1) raise(err::InvalidProcedureCall);
+    const Regional& r = Regional::current();
+    return {o.digitsAfterDecimal == -1 ? regionalDigits : o.digitsAfterDecimal,
+            tristate(o.includeLeadingDigit, r.leadingZero),
+            tristate(o.useParensForNegativeNumbers, regionalParentheses),
+            tristate(o.groupDigits, r.groupDigits)};
+}
+
+// "#,##0.00" and its kin. Without a leading digit ".5" shows no 0, but a whole number still
+// shows its units.
+QString amountPattern(const AmountLayout& l) {
+    QString p = l.grouping ? QStringLiteral("#,##") : QString();
+    p += l.leadingDigit || l.digits == 0 ? u'0' : u'#';
+    if (l.digits > 0) p += u'.' + QString(l.digits, u'0');
+    return p;
+}
+
+QString withNegativeSection(const QString& positive, bool parentheses) {
+    return positive + u';' + (parentheses ? u'(' + positive + u')' : u'-' + positive);
+}
+
+QString currencyPattern(const AmountLayout& l) {
+    const Regional& r = Regional::current();
     QString symbol = r.currencySymbol;
     symbol.remove(u'"');
+    const QString amount = amountPattern(l);
     // A symbol written after the amount stands apart from it ("1.234,50 €").
-    const QString positive = r.currencySymbolFirst ? u'"' + symbol + u'"' + number
-                                                   : number + QStringLiteral("\" ") + symbol + u'"';
-    const QString negative =
-        r.currencyNegativeInParentheses ? u'(' + positive + u')' : u'-' + positive;
-    return positive + u';' + negative;
+    const QString positive = r.currencySymbolFirst ? u'"' + symbol + u'"' + amount
+                                                   : amount + QStringLiteral("\" ") + symbol + u'"';
+    return withNegativeSection(positive, l.parentheses);
+}
+
+AmountLayout regionalCurrencyLayout(const NumberOptions& o = {}) {
+    const Regional& r = Regional::current();
+    return layoutOf(o, r.currencyDigits, r.currencyNegativeInParentheses);
+}
+
+AmountLayout regionalNumberLayout(const NumberOptions& o) {
+    const Regional& r = Regional::current();
+    return layoutOf(o, r.numberDigits, r.negativeInParentheses);
+}
+
+// The number FormatNumber and its kin show: text as CDbl reads it, every other kind as Format
+// takes it (Currency exactly, a Date as its serial, True as -1).
+Variant amountOf(const Variant& value) {
+    return value.isString() ? Variant(cdbl(value)) : value;
+}
+
+Variant formatAmount(const Variant& value, const QString& pattern) {
+    if (value.isNull()) return Variant::null();
+    return Variant(formatPattern(pattern, amountOf(value)));
 }
 
 // "General Number": the number as CStr writes it, so without grouping. The value is known to
@@ -206,14 +261,14 @@ QString generalNumber(const Variant& v) {
     }
 }
 
-Result formatNamedNumber(Named named, const Variant& v, const DateOptions& o) {
+QString formatNamedNumber(Named named, const Variant& v, const DateOptions& o) {
     static const QString kFixed = QStringLiteral("0.00");
     static const QString kStandard = QStringLiteral("#,##0.00");
     static const QString kPercent = QStringLiteral("0.00%");
     static const QString kScientific = QStringLiteral("0.00E+00");
     switch (named) {
     case Named::Currency:
-        return formatPattern(currencyPattern(Regional::current()), v, o);
+        return formatPattern(currencyPattern(regionalCurrencyLayout()), v, o);
     case Named::Fixed:
         return formatPattern(kFixed, v, o);
     case Named::Standard:
@@ -244,8 +299,8 @@ bool isNamedDate(Named named) {
     return named >= Named::GeneralDate && named <= Named::ShortTime;
 }
 
-Result formatNamed(Named named, const Variant& v, const DateOptions& o) {
-    if (v.isNull()) return std::nullopt;
+QString formatNamed(Named named, const Variant& v, const DateOptions& o) {
+    if (v.isNull()) return QString();
     if (!isNamedDate(named)) return formatNamedNumber(named, v, o);
     const std::optional<double> serial = serialOf(v);
     if (!serial) return v.stringValue();
@@ -255,7 +310,7 @@ Result formatNamed(Named named, const Variant& v, const DateOptions& o) {
     return out;
 }
 
-Result formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o) {
+QString formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptions& o) {
     if (f.named != Named::None) return formatNamed(f.named, v, o);
     switch (f.mode) {
     case fmt::Mode::Date:
@@ -265,8 +320,11 @@ Result formatCompiled(const CompiledFormat& f, const Variant& v, const DateOptio
     case fmt::Mode::Number:
         break;
     }
-    return formatNumber(f, v);
+    return formatNumberPattern(f, v);
 }
+
+// Format's result: nullopt for the Null that only a missing pattern gives back.
+using Result = std::optional<QString>;
 
 Result formatAny(const Variant& value, const QString& pattern, int firstDayOfWeek,
                  int firstWeekOfYear) {
@@ -296,7 +354,33 @@ QString formatDate(double serial, const QString& pattern) {
     // text, so making one costs nothing.
     const Variant value = Variant::date(serial);
     if (pattern.isEmpty()) return textOf(value);
-    return formatCompiled(*fmt::compiledFormat(pattern), value, DateOptions{}).value_or(QString());
+    return formatCompiled(*fmt::compiledFormat(pattern), value, DateOptions{});
+}
+
+Variant formatNumber(const Variant& value, const NumberOptions& options) {
+    const AmountLayout l = regionalNumberLayout(options);
+    return formatAmount(value, withNegativeSection(amountPattern(l), l.parentheses));
+}
+
+Variant formatCurrency(const Variant& value, const NumberOptions& options) {
+    return formatAmount(value, currencyPattern(regionalCurrencyLayout(options)));
+}
+
+Variant formatPercent(const Variant& value, const NumberOptions& options) {
+    const AmountLayout l = regionalNumberLayout(options);
+    return formatAmount(value, withNegativeSection(amountPattern(l) + u'%', l.parentheses));
+}
+
+Variant formatDateTime(const Variant& value, int namedFormat) {
+    static constexpr Named kNamed[] = {Named::GeneralDate, Named::LongDate, Named::ShortDate,
+                                       Named::LongTime, Named::ShortTime};
+    if (namedFormat < 0 || namedFormat >= static_cast<int>(std::size(kNamed)))
+        raise(err::InvalidProcedureCall);
+    if (value.isNull()) return Variant::null();
+    const double serial = cdate(value);
+    QString out;
+    fmt::renderNamedDate(kNamed[namedFormat], serial, DateOptions{}, out);
+    return Variant(std::move(out));
 }
 
 } // namespace vb

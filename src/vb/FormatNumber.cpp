@@ -108,16 +108,26 @@ int toScientific(Decimal& d, const NumberSection& s) {
     return exponent;
 }
 
-void renderSection(const NumberSection& s, Decimal magnitude, bool minus, QString& out) {
-    if (!magnitude.isZero()) magnitude.pointPos += s.shift;
+// A magnitude as a section shows it: scaled by its % and trailing commas and rounded to its
+// decimals, or moved to its mantissa with the exponent that makes up for the move.
+struct Shown {
+    Decimal digits;
     int exponent = 0;
+};
+
+Shown shownIn(const NumberSection& s, Decimal magnitude) {
+    if (!magnitude.isZero()) magnitude.pointPos += s.shift;
+    Shown shown{magnitude, 0};
     if (s.scientific)
-        exponent = toScientific(magnitude, s);
+        shown.exponent = toScientific(shown.digits, s);
     else
-        roundDecimal(magnitude, s.fractionPlaceholders);
-    // The sign follows the value, not its rounding: -0.001 through "0.00" is "-0.00".
+        roundDecimal(shown.digits, s.fractionPlaceholders);
+    return shown;
+}
+
+void renderSection(const NumberSection& s, const Shown& shown, bool minus, QString& out) {
     if (minus) out += u'-';
-    NumberWriter(s, magnitude, out).write(exponent);
+    NumberWriter(s, shown.digits, out).write(shown.exponent);
 }
 
 } // namespace
@@ -175,18 +185,19 @@ void roundDecimal(Decimal& d, int decimals) {
 }
 
 void renderNumber(const CompiledFormat& format, const NumberValue& value, QString& out) {
-    // Zero takes the third section, a negative value the second without a sign of its own; an
-    // empty or missing section falls back to the first, where a negative value gets a minus.
+    // A negative value takes the second section without a sign of its own; an empty or missing
+    // section falls back to the first, where it gets a minus. A value that rounds to zero in the
+    // section that would show it counts as zero: the third section shows it, or else the first
+    // without a sign, so "-0" never appears.
     const auto usable = [&](std::size_t i) {
         return format.numbers.size() > i && !format.numbers[i].empty;
     };
-    if (value.magnitude.isZero() && usable(2))
-        renderSection(format.numbers[2], value.magnitude, false, out);
-    else if (!value.magnitude.isZero() && value.negative && usable(1))
-        renderSection(format.numbers[1], value.magnitude, false, out);
-    else
-        renderSection(format.numbers[0], value.magnitude,
-                      value.negative && !value.magnitude.isZero(), out);
+    const bool negativeSection = value.negative && usable(1);
+    const NumberSection& section = format.numbers[negativeSection ? 1 : 0];
+    const Shown shown = shownIn(section, value.magnitude);
+    if (!shown.digits.isZero())
+        return renderSection(section, shown, value.negative && !negativeSection, out);
+    renderSection(format.numbers[usable(2) ? 2 : 0], Shown{}, false, out);
 }
 
 } // namespace vb::fmt

@@ -341,6 +341,10 @@ NumberSection compileNumber(QStringView text) {
 
 // ---- text ----
 
+bool isTextPlaceholder(QChar c) {
+    return c == u'@' || c == u'&';
+}
+
 TextSection compileText(QStringView text) {
     TextSection s;
     PatternReader r(text);
@@ -359,7 +363,7 @@ TextSection compileText(QStringView text) {
         }
         const QChar c = r.peek();
         r.skip(1);
-        if (c == u'@' || c == u'&') {
+        if (isTextPlaceholder(c)) {
             s.items.push_back({true, c == u'@', {}});
             ++s.placeholders;
         } else if (c == u'!') {
@@ -375,9 +379,23 @@ TextSection compileText(QStringView text) {
 
 // ---- whole patterns ----
 
-// The first placeholder decides what a pattern formats: "1 mmm yyyy" is a date pattern whose 1
-// is literal, "0 \d\a\y\s" a number pattern. Only case and fill marks make a text pattern.
+bool hasTextPlaceholder(QStringView section) {
+    PatternReader r(section);
+    QStringView literal;
+    while (!r.atEnd()) {
+        if (r.readLiteral(literal)) continue;
+        if (isTextPlaceholder(r.peek())) return true;
+        r.skip(1);
+    }
+    return false;
+}
+
+// @ and & mean nothing to numbers and dates, so they make a text pattern whatever letters stand
+// around them ("Name: @"). Otherwise the first placeholder decides: "1 mmm yyyy" is a date
+// pattern whose 1 is literal, "0 \d\a\y\s" a number pattern; case and fill marks alone make a
+// text pattern.
 Mode classify(QStringView section) {
+    if (hasTextPlaceholder(section)) return Mode::Text;
     PatternReader r(section);
     bool textMarks = false;
     QStringView literal;
@@ -386,7 +404,6 @@ Mode classify(QStringView section) {
         if (startsDateToken(r)) return Mode::Date;
         const QChar c = r.peek();
         if (c == u'0' || c == u'#') return Mode::Number;
-        if (c == u'@' || c == u'&') return Mode::Text;
         textMarks = textMarks || c == u'<' || c == u'>' || c == u'!';
         r.skip(1);
     }

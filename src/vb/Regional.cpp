@@ -55,7 +55,9 @@ Regional& currentStorage() {
 Regional Regional::enUS() {
     Regional r;
     r.shortDate = QStringLiteral("m/d/yyyy");
-    r.longDate = QStringLiteral("dddd, mmmm d, yyyy");
+    // The runtime's own en-US long date pads the day ("Thursday, January 02, 2003"), unlike the
+    // locale data Qt carries for en_US ("dddd, MMMM d, yyyy").
+    r.longDate = QStringLiteral("dddd, mmmm dd, yyyy");
     r.longTime = QStringLiteral("h:nn:ss AM/PM");
     r.am = QStringLiteral("AM");
     r.pm = QStringLiteral("PM");

@@ -10,7 +10,7 @@ namespace vb {
 // Date forms are written in the pattern language of Format ("m/d/yyyy").
 struct Regional {
     QString shortDate; // "m/d/yyyy"
-    QString longDate;  // "dddd, mmmm d, yyyy"
+    QString longDate;  // "dddd, mmmm dd, yyyy"
     QString longTime;  // "h:nn:ss AM/PM"
     QString am;        // "AM"
     QString pm;        // "PM"
@@ -19,6 +19,10 @@ struct Regional {
     QString decimalPoint;
     QString thousandsSeparator;
     QString currencySymbol;
+    int numberDigits = 2;               // decimals of FormatNumber and FormatPercent
+    bool leadingZero = true;            // "0.5" rather than ".5"
+    bool negativeInParentheses = false; // numbers: "(1.5)" rather than "-1.5"
+    bool groupDigits = true;
     bool currencySymbolFirst = true;
     bool currencyNegativeInParentheses = true;
     int currencyDigits = 2;

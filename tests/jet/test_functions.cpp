@@ -318,9 +318,36 @@ TEST_F(Functions, FormatTellsTaggedDatesFromNumbers) {
         {"jet_format(jet_tag_date(37703), 'ww', 9)",
          "error: 5: Invalid procedure call or argument"},
         {"jet_format(NULL)", "Null"},
+        {"jet_format(NULL, '0.0')", "''"}, // Null only without a pattern
         {"jet_format(jet_tag_date(37703.5), NULL)", "'3/23/2003 12:00:00 PM'"},
         // A day written out and read back is that day's date, with no time.
         {"jet_cdate(jet_format(jet_tag_date(37703.75), 'yyyy/mm/dd'))", "D:37703.0"},
+    });
+}
+
+TEST_F(Functions, FormatNumberCurrencyAndPercent) {
+    expectAll({
+        {"jet_formatnumber(10000000, 1, -1, -1, 0)", "'10000000.0'"},
+        {"jet_formatnumber(jet_tag_currency(1.2345), 4)", "'1.2345'"},
+        {"jet_formatnumber(jet_tag_date(37703.5))", "'37,703.50'"},
+        {"jet_formatnumber(NULL, 2)", "Null"},
+        {"jet_formatnumber('abc')", "error: 13: Type mismatch"},
+        {"jet_formatnumber(1, -2)", "error: 5: Invalid procedure call or argument"},
+        {"jet_formatnumber(1, NULL)", "error: 94: Invalid use of Null"},
+        {"jet_formatnumber(1, 2000000000)", "error: string or blob too big"},
+        {"jet_formatcurrency(-1234.5, -1, -2, 0)", "'-$1,234.50'"},
+        {"jet_formatcurrency(jet_tag_currency(0.5), 2, 0)", "'$.50'"},
+        {"jet_formatpercent(-0.5, 0, -2, -1)", "'(50%)'"},
+    });
+}
+
+TEST_F(Functions, FormatDateTime) {
+    expectAll({
+        {"jet_formatdatetime(jet_tag_date(37623), 1)", "'Thursday, January 02, 2003'"},
+        {"jet_formatdatetime('2003/03/23 14:05', 4)", "'14:05'"},
+        {"jet_formatdatetime(NULL, 1)", "Null"},
+        {"jet_formatdatetime(jet_tag_date(37703), 5)",
+         "error: 5: Invalid procedure call or argument"},
     });
 }
 

@@ -52,6 +52,7 @@ TEST_F(Format, NamedDateAndTimeFormats) {
         {at(0), "General Date", "12:00:00 AM"},
         {at(kSunday), "general date", "3/23/2003 2:05:09 PM"},
         {at(kSunday), "Long Date", "Sunday, March 23, 2003"},
+        {at(ymd(2003, 1, 2)), "Long Date", "Thursday, January 02, 2003"}, // the day padded
         {at(kSunday), "Medium Date", "23-Mar-03"},
         {at(kSunday), "SHORT DATE", "3/23/2003"},
         {at(kSunday), "Long Time", "2:05:09 PM"},
@@ -85,6 +86,7 @@ TEST_F(Format, NamedNumberFormats) {
         {Variant("0"), "On/Off", "Off"},
         {Variant(std::int32_t(7)), "on/off", "On"},
         {Variant("words"), "Yes/No", "words"},
+        {Variant::null(), "Currency", ""},
     });
 }
 
@@ -104,6 +106,7 @@ TEST_F(Format, DatePatterns) {
         {at(kSunday), "H:N:S HH:NN:SS", "14:5:9 14:05:09"},
         {at(kSunday), "ddddd", "3/23/2003"},
         {at(kSunday), "dddddd", "Sunday, March 23, 2003"},
+        {at(ymd(2003, 1, 2)), "dddddd", "Thursday, January 02, 2003"},
         {at(kSunday), "ttttt", "2:05:09 PM"},
         {at(kSunday), "c", "3/23/2003 2:05:09 PM"},
         {at(ymd(2003, 3, 23)), "[c]", "[3/23/2003]"},
@@ -155,7 +158,7 @@ TEST_F(Format, ValuesThroughDatePatterns) {
     });
     EXPECT_EQ(errorOf([] { format(num(1e10), "yyyy"); }), err::Overflow);
     EXPECT_EQ(format(Variant::null(), "dd mmm"), u"");
-    EXPECT_TRUE(formatVariant(Variant::null(), "dd mmm").isNull());
+    EXPECT_EQ(formatVariant(Variant::null(), "dd mmm"), Variant(""));
 }
 
 TEST_F(Format, WeekdayAndWeekNumbersFollowTheFirstDays) {
@@ -258,6 +261,9 @@ TEST_F(Format, PercentAndScientific) {
         {num(-1234.5), "0.00E+00", "-1.23E+03"},
         {num(1.5e300), "0.0E+000", "1.5E+300"},
         {num(5), "0E", "5E"}, // E without a sign and placeholders is a letter
+        // The exponent shows at least as many digits as it has zeros.
+        {num(12345), "0.00E+000", "1.23E+004"},
+        {num(1.5e-10), "0.00E+000", "1.50E-010"},
     });
 }
 
@@ -268,19 +274,28 @@ TEST_F(Format, SectionsForNegativeZeroAndNull) {
         {num(-5), four, "(5.00)"},
         {num(0), four, "zero"},
         {Variant::null(), four, "null"},
-        {num(0.001), "0.00;-0.00;\"zero\"", "0.00"}, // only an exact zero takes the third
-        {num(-5), "0;;\"zero\"", "-5"},              // empty negative section: first, with minus
-        {num(0), "0;(0);", "0"},                     // empty zero section: the first
+        {num(-5), "0;;\"zero\"", "-5"}, // empty negative section: first, with minus
+        {num(0), "0;(0);", "0"},        // empty zero section: the first
         {num(0), "0;(0)", "0"},
-        {num(-0.001), "0.00;(0.00)", "(0.00)"},
-        // The sign follows the value, not the rounded digits, as the language does.
-        {num(-0.001), "0.00", "-0.00"},
-        {num(-0.4), "0", "-0"},
         {Variant::null(), ";;;n/a", "n/a"}, // the Null section is written as it reads
         {Variant::null(), "0;(0);\\Z", ""},
+        {Variant::null(), "0.0", ""},
     });
-    EXPECT_TRUE(formatVariant(Variant::null(), "0;(0);\\Z").isNull());
+    // Only Format without a pattern gives Null back.
+    EXPECT_EQ(formatVariant(Variant::null(), "0;(0);\\Z"), Variant(""));
     EXPECT_EQ(formatVariant(Variant::null(), four), Variant("null"));
+}
+
+TEST_F(Format, AValueThatRoundsToZeroIsZero) {
+    const char* three = "0.0;(0.0);\"zero\"";
+    expectFormats({
+        {num(0.001), three, "zero"},
+        {num(-0.04), "0.0", "0.0"},                   // never "-0.0"
+        {num(-0.001), "0.00;(0.00)", "0.00"},         // zero without a third section: the first
+        {num(-0.04), "0.0;(0.00)", "(0.04)"},         // rounded by the section that shows it
+        {num(-0.004), "0%;(0%);\"z\"", "z"},          // after the percent
+        {num(0.0001), "0.00E+00;;\"z\"", "1.00E-04"}, // a mantissa never rounds to zero
+    });
 }
 
 TEST_F(Format, OtherValueKinds) {
@@ -338,10 +353,15 @@ TEST_F(Format, TextPatterns) {
         {Variant("Hello"), ">", "HELLO"},
         {Variant("Hello"), "<", "hello"},
         {Variant(std::int32_t(123)), "@@@@@", "  123"},
+        {Variant("12345678"), "@@@-@@", "123456-78"}, // extra text goes to the far placeholder
+        {Variant("12345678"), "!@@@-@@", "123-45678"},
+        {Variant("12"), "&&&-&&", "-12"},
+        {Variant("12"), "!@@@-@@", "12 -  "},
+        {Variant("abc"), "Name: @", "Name: abc"}, // letters around @ are literal, not a date
         {Variant(""), "@;\"(empty)\"", "(empty)"},
         {Variant::null(), "@;\"(empty)\"", "(empty)"},
     });
-    EXPECT_TRUE(formatVariant(Variant::null(), "@@").isNull());
+    EXPECT_EQ(formatVariant(Variant::null(), "@@"), Variant(""));
 }
 
 TEST_F(Format, FormatDateIsTheSameAsFormatOfADate) {
@@ -387,4 +407,70 @@ TEST_F(Format, ManyPatternsOutgrowTheCacheWithoutMixingThemUp) {
             ASSERT_EQ(format(num(1), "0." + zeros + "\\x"), "1." + zeros + "x") << decimals;
         }
     }
+}
+
+TEST_F(Format, FormatNumberCurrencyAndPercent) {
+    using Function = Variant (*)(const Variant&, const NumberOptions&);
+    constexpr int kTrue = -1, kFalse = 0, kDefault = kUseDefault;
+    struct AmountCase {
+        Function f;
+        Variant value;
+        NumberOptions options;
+        const char* expected;
+    };
+    const Variant largest(Currency{std::numeric_limits<std::int64_t>::max()});
+    const std::vector<AmountCase> cases = {
+        {formatNumber, num(0.2), {2, kFalse}, ".20"},
+        {formatNumber, num(0.4), {0, kFalse}, "0"}, // no fraction shown: the units stay
+        {formatNumber, num(-50), {1, kTrue, kTrue}, "(50.0)"},
+        {formatNumber, num(-5), {0, kDefault, 1}, "(5)"}, // any truth is True
+        {formatNumber, num(2.5), {0}, "3"},               // half away from zero, as Format rounds
+        {formatNumber, num(-0.001), {2, kDefault, kTrue}, "0.00"},
+        {formatNumber, largest, {4}, "922,337,203,685,477.5807"},
+        {formatNumber, Variant("1,234.5"), {}, "1,234.50"},
+        {formatCurrency, num(-1234.5), {}, "($1,234.50)"},
+        {formatCurrency, num(-1234.5), {-1, kDefault, kFalse}, "-$1,234.50"},
+        {formatCurrency, num(0.5), {2, kFalse, kDefault, kFalse}, "$.50"},
+        {formatPercent, num(0.1234), {1}, "12.3%"},
+        {formatPercent, num(-10), {0, kDefault, kTrue, kFalse}, "(1000%)"},
+    };
+    for (const AmountCase& c : cases) {
+        SCOPED_TRACE(c.expected);
+        EXPECT_EQ(c.f(c.value, c.options), Variant(QString::fromUtf8(c.expected)));
+    }
+    EXPECT_TRUE(formatCurrency(Variant::null()).isNull());
+    EXPECT_EQ(errorOf([] { formatPercent(Variant("abc")); }), err::TypeMismatch);
+    EXPECT_EQ(errorOf([] { formatNumber(num(1), {-2}); }), err::InvalidProcedureCall);
+}
+
+TEST_F(Format, AmountDefaultsComeFromTheRegionalForms) {
+    Regional r = Regional::enUS();
+    r.numberDigits = 3;
+    r.leadingZero = false;
+    r.negativeInParentheses = true;
+    r.groupDigits = false;
+    r.currencyDigits = 0;
+    Regional::setCurrent(r);
+    EXPECT_EQ(formatNumber(num(-1234.5)), Variant("(1234.500)"));
+    EXPECT_EQ(formatPercent(num(0.005)), Variant(".500%"));
+    EXPECT_EQ(formatCurrency(num(-1234.5)), Variant("($1235)"));
+    EXPECT_EQ(formatNumber(num(-0.5), {1, -1, 0, -1}), Variant("-0.5"));
+}
+
+TEST_F(Format, FormatDateTime) {
+    const std::vector<std::pair<int, const char*>> named = {
+        {0, "3/23/2003 2:05:09 PM"},
+        {1, "Sunday, March 23, 2003"},
+        {2, "3/23/2003"},
+        {3, "2:05:09 PM"},
+        {4, "14:05"},
+    };
+    for (const auto& [n, expected] : named)
+        EXPECT_EQ(formatDateTime(at(kSunday), n), Variant(expected)) << n;
+    EXPECT_EQ(formatDateTime(at(ymd(2003, 3, 23)), 3), Variant("12:00:00 AM"));
+    EXPECT_EQ(formatDateTime(num(37703.5), 2), Variant("3/23/2003"));
+    EXPECT_TRUE(formatDateTime(Variant::null(), 1).isNull());
+    EXPECT_EQ(errorOf([] { formatDateTime(Variant("hello")); }), err::TypeMismatch);
+    EXPECT_EQ(errorOf([] { formatDateTime(num(1e10)); }), err::Overflow);
+    EXPECT_EQ(errorOf([] { formatDateTime(at(kSunday), 5); }), err::InvalidProcedureCall);
 }

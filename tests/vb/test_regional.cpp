@@ -10,13 +10,14 @@ using namespace Qt::Literals::StringLiterals;
 TEST(Regional, CAndPosixLocalesMeanEnUs) {
     const Regional c = Regional::fromLocale(QLocale::c());
     EXPECT_EQ(c.shortDate, u"m/d/yyyy");
-    EXPECT_EQ(c.longDate, u"dddd, mmmm d, yyyy");
+    EXPECT_EQ(c.longDate, u"dddd, mmmm dd, yyyy"); // the day padded, unlike Qt's en_US form
     EXPECT_EQ(c.longTime, u"h:nn:ss AM/PM");
     EXPECT_EQ(c.decimalPoint, u".");
     EXPECT_EQ(c.currencySymbol, u"$");
     EXPECT_EQ(c.dayAbbrevs[0], u"Sun");
     EXPECT_EQ(c.monthNames[11], u"December");
-    EXPECT_EQ(Regional::fromLocale(QLocale(u"en_US"_s)).shortDate, c.shortDate);
+    for (const char* name : {"en_US", "POSIX"})
+        EXPECT_EQ(Regional::fromLocale(QLocale(QString::fromLatin1(name))).longDate, c.longDate);
 }
 
 TEST(Regional, OtherLocalesBringTheirOwnFormsInFormatsPatternLanguage) {
@@ -33,4 +34,5 @@ TEST(Regional, OtherLocalesBringTheirOwnFormsInFormatsPatternLanguage) {
     const Regional gb = Regional::fromLocale(QLocale(QLocale::English, QLocale::UnitedKingdom));
     EXPECT_EQ(gb.shortDate, u"dd/mm/yyyy");
     EXPECT_EQ(gb.timeSeparator, u":");
+    EXPECT_EQ(gb.longDate, u"dddd, d mmmm yyyy"); // its own long form, day unpadded
 }

@@ -1,0 +1,1 @@
+SELECT FormatNumber(fldTransPrice), FormatNumber(fldTransQty, 0, 0, -1, 0), FormatCurrency(fldTransPrice, -1, -2, -2, -2), FormatPercent(fldTransQty / 100, 1), FormatDateTime(fldTransTime), FormatDateTime(fldTransTime, 1), FormatDateTime(fldTransTime, 4), Format(fldTransDesc, '!@@@-@@'), Format(fldTransPrice, '0.00E+000;(0.00E+000);"zero";"none"') FROM tblTrans
