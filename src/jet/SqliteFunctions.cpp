@@ -125,9 +125,9 @@ using Limits16 = std::numeric_limits<std::int16_t>;
 using Limits32 = std::numeric_limits<std::int32_t>;
 
 // ---- tags ----
-// The generated SQL wraps stored Dates, Currency amounts and Yes/No values in these before they
-// reach a function. A text kept in such a column by another program is read as the language
-// reads text into that kind.
+// The generated SQL wraps stored Dates, Currency amounts, Yes/No values and Singles in these
+// before they reach a function. A text kept in such a column by another program is read as the
+// language reads text into that kind.
 
 void fnTagDate(const Call& c) {
     const int type = c.type(0);
@@ -150,6 +150,13 @@ void fnTagBool(const Call& c) {
     if (type == SQLITE_NULL) return c.resultNull();
     if (!isNumber(type)) return resultBoolean(c.context(), vb::cbool(c.value(0)));
     resultBoolean(c.context(), sqlite3_value_double(c.raw(0)) != 0);
+}
+
+// A Single column keeps the Single's own value; what SQLite's own arithmetic computed for one is
+// narrowed as CSng narrows.
+void fnTagSingle(const Call& c) {
+    if (c.isNull(0)) return c.resultNull();
+    resultSingle(c.context(), vb::csng(c.value(0)));
 }
 
 // ---- collation ----
@@ -195,6 +202,7 @@ const Helper kHelpers[] = {
     {"jet_tag_date", 1, directFunction<fnTagDate>},
     {"jet_tag_currency", 1, directFunction<fnTagCurrency>},
     {"jet_tag_bool", 1, directFunction<fnTagBool>},
+    {"jet_tag_single", 1, directFunction<fnTagSingle>},
 };
 
 // Every function reads its arguments' tags (SQLITE_SUBTYPE keeps SQLite from optimisations that

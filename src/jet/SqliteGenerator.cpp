@@ -282,6 +282,8 @@ QString tagged(const QString& valueText, SqlType type) {
         return u"jet_tag_currency("_s + valueText + u')';
     case SqlType::Boolean:
         return u"jet_tag_bool("_s + valueText + u')';
+    case SqlType::Single:
+        return u"jet_tag_single("_s + valueText + u')';
     default:
         return valueText;
     }

@@ -465,6 +465,27 @@ TEST_F(SiteDatabase, CallsWithTheWrongNumberOfArgumentsAreRefusedBeforeTheyRun) 
               jet::err::MissingOperator);
 }
 
+TEST_F(SiteDatabase, ASingleReachesAFunctionAsASingle) {
+    const struct {
+        const char* expression;
+        const char* text;
+    } cases[] = {
+        {"CStr(CSng(0.0000234))", "0.0000234"},
+        {"CStr(CSng(0.00002342))", "2.342E-05"},
+        {"CSng(895649.847) & ''", "895649.9"},
+        {"CStr(CDbl(CSng(0.1)))", "0.100000001490116"},
+        {"CStr(CSng(0.1) + CSng(0.2))", "0.3"}, // SQLite's sum, narrowed as CSng narrows
+        {"CStr(0.000000023423421)", "0.000000023423421"},
+        {"CStr(89498564737284912)", "8.94985647372849E+16"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.expression);
+        auto rs = query(u"select "_s + QString::fromUtf8(c.expression) +
+                        u" as [x] from tblTrans where idftransid = 1"_s);
+        EXPECT_EQ(rs->field(0).value(), vb::Variant(QString::fromUtf8(c.text)));
+    }
+}
+
 TEST_F(SiteDatabase, TheDayAndTheTimeOfAMomentAreCutWithoutWritingText) {
     const QString sql = db_->translate(
         u"select cdate(format$(fldTransTime, \"yyyy/mm/dd\")), cdate(format$(fldTransTime, "
@@ -615,6 +636,16 @@ TEST_F(TypedWrites, ValuesTheLanguageConvertsAreStoredAsTheColumnsKind) {
     // And the engine reads every row back as the columns' kinds.
     auto rs = query(u"SELECT * FROM tblKinds"_s);
     EXPECT_EQ(rs->recordCount(), std::size(cases) + 1);
+}
+
+TEST_F(TypedWrites, ASingleColumnReachesFunctionsAsASingle) {
+    ASSERT_EQ(db_->execute(u"INSERT INTO tblKinds (f) VALUES (0.0000234)"_s), 1);
+    auto rs = query(u"SELECT CStr(f) AS a, f & '' AS b, f AS c, CStr(f + f) AS d FROM tblKinds"_s);
+    EXPECT_EQ(rs->field(u"a").value(), vb::Variant(u"0.0000234"_s));
+    EXPECT_EQ(rs->field(u"b").value(), vb::Variant(u"0.0000234"_s));
+    EXPECT_EQ(rs->field(u"c").value(), vb::Variant(0.0000234f));
+    // SQLite's own sum, narrowed as CSng narrows.
+    EXPECT_EQ(rs->field(u"d").value(), vb::Variant(u"0.0000468"_s));
 }
 
 TEST_F(TypedWrites, TextThatIsNoNumberAndNumbersOutOfRangeAreRefusedAndNothingIsWritten) {

@@ -25,7 +25,12 @@ TEST_F(Functions, ConversionsRoundHalfToEvenAndRaiseTheLanguagesErrors) {
         {"jet_clng(-2.5)", "-2"},
         {"jet_clng(2147483647.5)", "error: 6: Overflow"},
         {"jet_cdbl('1.5')", "1.5"},
-        {"jet_csng(0.1)", "0.10000000149011612"}, // the Single itself, not re-read as a Double
+        {"jet_csng(0.1)", "S:0.10000000149011612"}, // the Single itself, tagged as one
+        {"jet_cstr(jet_csng(0.0000234))", "'0.0000234'"},
+        {"jet_cstr(jet_csng(0.00002342))", "'2.342E-05'"},
+        {"jet_cstr(jet_tag_single(895649.847))", "'895649.9'"},
+        {"jet_cstr(0.0000234)", "'0.0000234'"},
+        {"jet_cstr(2.342342133E-07)", "'2.342342133E-07'"},
         {"jet_ccur(1.23456)", "C:1.2346"},
         {"jet_cbool('True')", "B:-1"},
         {"jet_cbool(0)", "B:0"},
@@ -51,6 +56,10 @@ TEST_F(Functions, TagsMarkStoredValuesAndReadStrayText) {
         {"jet_tag_bool(1)", "B:-1"},
         {"jet_tag_bool(0)", "B:0"},
         {"jet_tag_date('soon')", "error: 13: Type mismatch"},
+        {"jet_tag_single(0.1)", "S:0.10000000149011612"}, // what SQL computed is narrowed
+        {"jet_tag_single('1.5')", "S:1.5"},
+        {"jet_tag_single(NULL)", "Null"},
+        {"jet_tag_single(1e39)", "error: 6: Overflow"},
     });
 }
 
