@@ -37,8 +37,15 @@ void fnConcat(const Call& c) {
     sqlite3_result_text64(c.context(), joined.data(), joined.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
+// + - * / \ Mod ^ and unary -, where SQLite's own arithmetic is not the dialect's: text read as
+// CDbl reads it (13 Type mismatch when it is no number), Null kept, dates, Currency and Yes/No
+// values by the language's rules.
 template <Variant (*Op)(const Variant&, const Variant&)> Variant fnOperator(const Call& c) {
     return Op(c.value(0), c.value(1));
+}
+
+Variant fnNegate(const Call& c) {
+    return vb::negate(c.value(0));
 }
 
 // LIKE: Null on either side gives Null; numbers and dates are matched as CStr writes them.
@@ -182,6 +189,11 @@ struct Helper {
 
 const Helper kHelpers[] = {
     {"jet_concat", 2, directFunction<fnConcat>},
+    {"jet_add", 2, valueFunction<fnOperator<vb::add>>},
+    {"jet_sub", 2, valueFunction<fnOperator<vb::subtract>>},
+    {"jet_mul", 2, valueFunction<fnOperator<vb::multiply>>},
+    {"jet_div", 2, valueFunction<fnOperator<vb::divide>>},
+    {"jet_neg", 1, valueFunction<fnNegate>},
     {"jet_intdiv", 2, valueFunction<fnOperator<vb::intDivide>>},
     {"jet_mod", 2, valueFunction<fnOperator<vb::modulo>>},
     {"jet_pow", 2, valueFunction<fnOperator<vb::power>>},
