@@ -33,8 +33,8 @@ bool isAny(const QString& text) {
     return text.isEmpty() || text == u"%";
 }
 
-// The text's leading number in its shortest form with a decimal point ("3A" gives "3", "12.50"
-// gives "12.5", no number gives "0").
+// The text's leading number as CStr writes it ("3A" gives "3", "12.50" gives "12.5", no number
+// gives "0").
 QString numberText(const QString& text) {
     return vb::doubleToText(vb::val(text));
 }

@@ -242,6 +242,7 @@ private:
             if (e.op == Op::Not)
                 return t == SqlType::Boolean || t == SqlType::Unknown ? SqlType::Boolean
                                                                       : widen(t, SqlType::Integer);
+            if (e.op == Op::Negate && isText(t)) return SqlType::Double; // -"5" is -5
             return t == SqlType::Boolean ? SqlType::Integer : t;
         }
         case ExprKind::Binary:

@@ -37,8 +37,15 @@ void fnConcat(const Call& c) {
     sqlite3_result_text64(c.context(), joined.data(), joined.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 
+// + - * / \ Mod ^ and unary -, where SQLite's own arithmetic is not the dialect's: text read as
+// CDbl reads it (13 Type mismatch when it is no number), Null kept, dates, Currency and Yes/No
+// values by the language's rules.
 template <Variant (*Op)(const Variant&, const Variant&)> Variant fnOperator(const Call& c) {
     return Op(c.value(0), c.value(1));
+}
+
+Variant fnNegate(const Call& c) {
+    return vb::negate(c.value(0));
 }
 
 // LIKE: Null on either side gives Null; numbers and dates are matched as CStr writes them.
@@ -125,9 +132,9 @@ using Limits16 = std::numeric_limits<std::int16_t>;
 using Limits32 = std::numeric_limits<std::int32_t>;
 
 // ---- tags ----
-// The generated SQL wraps stored Dates, Currency amounts and Yes/No values in these before they
-// reach a function. A text kept in such a column by another program is read as the language
-// reads text into that kind.
+// The generated SQL wraps stored Dates, Currency amounts, Yes/No values and Singles in these
+// before they reach a function. A text kept in such a column by another program is read as the
+// language reads text into that kind.
 
 void fnTagDate(const Call& c) {
     const int type = c.type(0);
@@ -150,6 +157,13 @@ void fnTagBool(const Call& c) {
     if (type == SQLITE_NULL) return c.resultNull();
     if (!isNumber(type)) return resultBoolean(c.context(), vb::cbool(c.value(0)));
     resultBoolean(c.context(), sqlite3_value_double(c.raw(0)) != 0);
+}
+
+// A Single column keeps the Single's own value; what SQLite's own arithmetic computed for one is
+// narrowed as CSng narrows.
+void fnTagSingle(const Call& c) {
+    if (c.isNull(0)) return c.resultNull();
+    resultSingle(c.context(), vb::csng(c.value(0)));
 }
 
 // ---- collation ----
@@ -175,6 +189,11 @@ struct Helper {
 
 const Helper kHelpers[] = {
     {"jet_concat", 2, directFunction<fnConcat>},
+    {"jet_add", 2, valueFunction<fnOperator<vb::add>>},
+    {"jet_sub", 2, valueFunction<fnOperator<vb::subtract>>},
+    {"jet_mul", 2, valueFunction<fnOperator<vb::multiply>>},
+    {"jet_div", 2, valueFunction<fnOperator<vb::divide>>},
+    {"jet_neg", 1, valueFunction<fnNegate>},
     {"jet_intdiv", 2, valueFunction<fnOperator<vb::intDivide>>},
     {"jet_mod", 2, valueFunction<fnOperator<vb::modulo>>},
     {"jet_pow", 2, valueFunction<fnOperator<vb::power>>},
@@ -195,6 +214,7 @@ const Helper kHelpers[] = {
     {"jet_tag_date", 1, directFunction<fnTagDate>},
     {"jet_tag_currency", 1, directFunction<fnTagCurrency>},
     {"jet_tag_bool", 1, directFunction<fnTagBool>},
+    {"jet_tag_single", 1, directFunction<fnTagSingle>},
 };
 
 // Every function reads its arguments' tags (SQLITE_SUBTYPE keeps SQLite from optimisations that

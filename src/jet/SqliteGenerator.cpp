@@ -50,6 +50,34 @@ QString number(double d) {
     return QString::number(d, 'g', 17);
 }
 
+// Whether SQLite's own + - * / compute the dialect's arithmetic on values of a type: numbers,
+// Yes/No values (-1 and 0) and dates (on the linear day line). Text must be read as CDbl reads it
+// or refused, and a value of unknown type may be text.
+bool nativeArithmetic(SqlType type) {
+    return isNumeric(type) || type == SqlType::Date;
+}
+
+// The jet_* function that computes an arithmetic operator as the runtime does
+// (SqliteFunctions.cpp).
+QString operatorFunction(Op op) {
+    switch (op) {
+    case Op::Add:
+        return u"jet_add"_s;
+    case Op::Subtract:
+        return u"jet_sub"_s;
+    case Op::Multiply:
+        return u"jet_mul"_s;
+    case Op::Divide:
+        return u"jet_div"_s;
+    case Op::IntDivide:
+        return u"jet_intdiv"_s;
+    case Op::Mod:
+        return u"jet_mod"_s;
+    default: // Power
+        return u"jet_pow"_s;
+    }
+}
+
 // A truth written as a condition, turned into the dialect's -1/0 value (Null stays Null).
 QString truthValue(const QString& conditionText) {
     return u"(-("_s + conditionText + u"))"_s;
@@ -143,7 +171,8 @@ QString SqliteGenerator::unary(const Expr& e, bool asCondition) const {
     const Expr& operand = *e.args[0];
     switch (e.op) {
     case Op::Negate:
-        return u"(-"_s + value(operand) + u')';
+        if (nativeArithmetic(binding_.typeOf(&operand))) return u"(-"_s + value(operand) + u')';
+        return u"jet_neg("_s + argument(operand) + u')';
     case Op::Plus:
         return value(operand);
     default: // Not: logical on truths, bitwise on numbers, as the dialect's Not is
@@ -187,26 +216,28 @@ QString SqliteGenerator::binary(const Expr& e, bool asCondition) const {
         }
         return asCondition ? u'(' + bits + u" <> 0)"_s : bits;
     }
-    const QString x = value(a), y = value(b);
-    switch (e.op) {
-    case Op::Add:
-        if (isText(binding_.typeOf(&e))) return u'(' + x + u" || "_s + y + u')';
-        return u'(' + x + u" + "_s + y + u')';
-    case Op::Subtract:
-        return u'(' + x + u" - "_s + y + u')';
-    case Op::Multiply:
-        return u'(' + x + u" * "_s + y + u')';
-    case Op::Divide:
-        return u'(' + x + u" / CAST("_s + y + u" AS REAL))"_s;
-    case Op::IntDivide:
-        return u"jet_intdiv("_s + argument(a) + u", "_s + argument(b) + u')';
-    case Op::Mod:
-        return u"jet_mod("_s + argument(a) + u", "_s + argument(b) + u')';
-    case Op::Power:
-        return u"jet_pow("_s + argument(a) + u", "_s + argument(b) + u')';
-    default: // Concat
-        return concatenation(a, b);
+    if (e.op == Op::Concat) return concatenation(a, b);
+    const SqlType typeA = binding_.typeOf(&a), typeB = binding_.typeOf(&b);
+    // + joins two texts; SQLite's || gives Null for a Null side as the dialect's + does.
+    if (e.op == Op::Add && isText(typeA) && isText(typeB))
+        return u'(' + value(a) + u" || "_s + value(b) + u')';
+    // The reports' arithmetic on numbers and dates is SQLite's own; anything else, and \, Mod and
+    // ^ always, goes through the runtime's operators.
+    if (nativeArithmetic(typeA) && nativeArithmetic(typeB)) {
+        switch (e.op) {
+        case Op::Add:
+            return u'(' + value(a) + u" + "_s + value(b) + u')';
+        case Op::Subtract:
+            return u'(' + value(a) + u" - "_s + value(b) + u')';
+        case Op::Multiply:
+            return u'(' + value(a) + u" * "_s + value(b) + u')';
+        case Op::Divide:
+            return u'(' + value(a) + u" / CAST("_s + value(b) + u" AS REAL))"_s;
+        default:
+            break;
+        }
     }
+    return operatorFunction(e.op) + u'(' + argument(a) + u", "_s + argument(b) + u')';
 }
 
 namespace {
@@ -282,6 +313,8 @@ QString tagged(const QString& valueText, SqlType type) {
         return u"jet_tag_currency("_s + valueText + u')';
     case SqlType::Boolean:
         return u"jet_tag_bool("_s + valueText + u')';
+    case SqlType::Single:
+        return u"jet_tag_single("_s + valueText + u')';
     default:
         return valueText;
     }

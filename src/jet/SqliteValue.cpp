@@ -41,6 +41,8 @@ Variant taggedNumber(sqlite3_value* value, unsigned subtype) {
         return Variant(vb::Currency::fromDouble(sqlite3_value_double(value)));
     case storage::kSubtypeBoolean:
         return Variant(sqlite3_value_double(value) != 0);
+    case storage::kSubtypeSingle:
+        return Variant(static_cast<float>(sqlite3_value_double(value)));
     default:
         if (sqlite3_value_type(value) == SQLITE_INTEGER)
             return plainInteger(sqlite3_value_int64(value));
@@ -126,6 +128,11 @@ void resultBoolean(sqlite3_context* context, bool value) {
     sqlite3_result_subtype(context, storage::kSubtypeBoolean);
 }
 
+void resultSingle(sqlite3_context* context, float value) {
+    sqlite3_result_double(context, value);
+    sqlite3_result_subtype(context, storage::kSubtypeSingle);
+}
+
 void resultFromVariant(sqlite3_context* context, const Variant& value) {
     switch (value.type()) {
     case VarType::Empty:
@@ -142,7 +149,7 @@ void resultFromVariant(sqlite3_context* context, const Variant& value) {
         sqlite3_result_int(context, value.longValue());
         return;
     case VarType::Single:
-        sqlite3_result_double(context, value.singleValue());
+        resultSingle(context, value.singleValue());
         return;
     case VarType::Double:
         sqlite3_result_double(context, value.doubleValue());

@@ -9,8 +9,8 @@
 namespace jet {
 
 // A dialect function's argument: INTEGER is a Long when it fits 32 bits, else a Double; REAL a
-// Double; a Date, Currency or Boolean when the generated SQL tagged it so; TEXT (and BLOB) a
-// String; NULL is Null.
+// Double; a Date, Currency, Boolean or Single when the generated SQL tagged it so; TEXT (and
+// BLOB) a String; NULL is Null.
 vb::Variant variantFromSqlite(sqlite3_value* value);
 
 // A stored column value read as the kind its column was declared with (Date from the linear day
@@ -19,13 +19,14 @@ vb::Variant variantFromSqlite(sqlite3_value* value);
 // what the conversion raises (13 Type mismatch, 6 Overflow).
 vb::Variant variantFromColumn(sqlite3_stmt* statement, int column, vb::VarType declared);
 
-// A dialect function's result: Date, Currency and Boolean tagged for the next function; Empty
-// and Null are NULL.
+// A dialect function's result: Date, Currency, Boolean and Single tagged for the next function;
+// Empty and Null are NULL.
 void resultFromVariant(sqlite3_context* context, const vb::Variant& value);
 
 // The typed results on their own, for functions that never build a Variant.
 void resultText(sqlite3_context* context, QStringView text);
 void resultDate(sqlite3_context* context, double serial);
 void resultBoolean(sqlite3_context* context, bool value);
+void resultSingle(sqlite3_context* context, float value);
 
 } // namespace jet

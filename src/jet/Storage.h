@@ -8,17 +8,18 @@
 //   comparison then orders every date, and a range on an indexed date column uses the index.
 // - Currency is REAL (read back through Currency::fromDouble, exact to the ten-thousandth).
 // - Yes/No is INTEGER -1 (True) or 0.
-// - Texts are TEXT, numbers INTEGER or REAL.
+// - Texts are TEXT, numbers INTEGER or REAL; a Single's REAL is the Single's own value, exactly.
 //
-// SQLite values carry no type beyond these, so when a Date, Currency or Boolean is handed to a
-// dialect function the generated SQL tags it with an SQLite subtype (jet_tag_date(x), ...), and a
-// function that returns one of them tags its result the same way.
+// SQLite values carry no type beyond these, so when a Date, Currency, Boolean or Single is handed
+// to a dialect function the generated SQL tags it with an SQLite subtype (jet_tag_date(x), ...),
+// and a function that returns one of them tags its result the same way.
 
 namespace jet::storage {
 
 constexpr unsigned kSubtypeDate = 'D';
 constexpr unsigned kSubtypeCurrency = 'C';
 constexpr unsigned kSubtypeBoolean = 'B';
+constexpr unsigned kSubtypeSingle = 'S';
 
 double linearFromSerial(double serial);
 double serialFromLinear(double linear);

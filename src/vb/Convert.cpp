@@ -5,6 +5,8 @@
 #include "vb/Regional.h"
 #include "vb/VbError.h"
 
+#include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -17,37 +19,81 @@ namespace {
 
 constexpr double kMaxSingle = 3.4028234663852886e38;
 
-// The shortest round-trip digits of a value and its decimal exponent: 1234.5 is "12345", 3.
+// A number's digits as the language prints them, and the decimal exponent of the first: 1234.5
+// is "12345", 3.
 struct Decimal {
     bool negative = false;
-    std::string digits;
+    char digits[16] = {}; // a Double prints at most 15
+    int count = 0;
     int exponent = 0;
 };
 
-template <typename T> Decimal shortestDecimal(T value) {
-    char buf[64];
-    auto res = std::to_chars(buf, buf + sizeof buf, value, std::chars_format::scientific);
-    std::string_view text(buf, static_cast<std::size_t>(res.ptr - buf));
+// The digit at `index` (1 the second) of the exact decimal expansion of a nonzero finite double,
+// whose first digit stands at 10^exponent10. The double is m * 2^q with m odd; its expansion ends
+// -q places after the point when q < 0 and at the ones otherwise, so to_chars writes it exactly
+// with that many digits.
+char exactDigit(double value, int exponent10, int index) {
+    int e2 = 0;
+    const double fraction = std::frexp(std::fabs(value), &e2);
+    const auto m = static_cast<std::uint64_t>(std::ldexp(fraction, 53));
+    const int q = e2 - 53 + std::countr_zero(m);
+    const int significant = exponent10 + 1 + std::max(0, -q);
+    char buf[800]; // the longest expansion, of the smallest subnormal, has 767 significant digits
+    std::to_chars(buf, buf + sizeof buf, std::fabs(value), std::chars_format::scientific,
+                  std::max(index, significant - 1));
+    return buf[index + 1]; // past the point
+}
+
+// A nonzero finite value rounded to `precision` significant digits as the runtime prints it,
+// halves away from zero: it writes the Single 654322.25, exactly halfway at its eighth digit, as
+// "654322.3", where rounding half to even (as C libraries print) gives "654322.2". (Round() is
+// another matter: it rounds half to even.)
+Decimal roundedDecimal(double value, int precision) {
+    // One digit more than kept, correctly rounded: "d.ddd...de+xx".
+    char buf[48];
+    std::to_chars(buf, buf + sizeof buf, std::fabs(value), std::chars_format::scientific,
+                  precision);
     Decimal d;
-    if (!text.empty() && text.front() == '-') {
-        d.negative = true;
-        text.remove_prefix(1);
+    d.negative = value < 0;
+    d.count = precision;
+    d.digits[0] = buf[0];
+    std::copy(buf + 2, buf + precision + 1, d.digits + 1);
+    const char next = buf[precision + 1];
+    for (const char* e = buf + precision + 4; *e >= '0' && *e <= '9'; ++e) // past "e" and a sign
+        d.exponent = d.exponent * 10 + (*e - '0');
+    if (buf[precision + 3] == '-') d.exponent = -d.exponent;
+    // That digit settles every case but a 5, which a tail from 4.5 up to 5.5 units rounds to:
+    // only a tail below 5, whose exact first digit is a 4, goes down. (Rounding to that digit
+    // cannot have carried into the ones kept.)
+    const bool up = next > '5' || (next == '5' && exactDigit(value, d.exponent, precision) >= '5');
+    for (char* digit = d.digits + d.count; up;) {
+        if (digit == d.digits) { // 9.99... became 10.00...
+            d.digits[0] = '1';
+            ++d.exponent;
+            break;
+        }
+        --digit;
+        if (*digit != '9') {
+            ++*digit;
+            break;
+        }
+        *digit = '0';
     }
-    const std::size_t e = text.find('e');
-    for (char c : text.substr(0, e))
-        if (c != '.') d.digits += c;
-    d.exponent = std::stoi(std::string(text.substr(e + 1)));
+    while (d.count > 1 && d.digits[d.count - 1] == '0')
+        --d.count;
     return d;
 }
 
-// Lays out digits as the language prints numbers: plain notation while the exponent lies within
-// [-5, maxFixedExponent), otherwise d.dddE+xx.
-QString layoutDecimal(const Decimal& d, int maxFixedExponent, const QString& point) {
+// Lays out digits rounded to `precision` as the language prints numbers: plain notation when it
+// needs at most `precision` digits before the point and at most `precision` after it ("895649.9",
+// "0.0000234" for a Single), otherwise d.dddE+xx or d.dddE-xx with at least two exponent digits
+// ("2.342E-05", "8.94985647372849E+16").
+QString layoutDecimal(const Decimal& d, int precision, const QString& point) {
     QString out;
     if (d.negative) out += u'-';
-    const auto digits =
-        QString::fromLatin1(d.digits.data(), static_cast<qsizetype>(d.digits.size()));
-    if (d.exponent < -4 || d.exponent >= maxFixedExponent) {
+    const auto digits = QString::fromLatin1(d.digits, d.count);
+    const qsizetype afterPoint = digits.size() - 1 - d.exponent;
+    if (d.exponent >= precision || afterPoint > precision) {
         out += digits.left(1);
         if (digits.size() > 1) out += point + digits.mid(1);
         out += d.exponent < 0 ? u"E-"_s : u"E+"_s;
@@ -149,10 +195,10 @@ QString numberText(const Variant& v, const QString& point) {
         return QString::number(v.longValue());
     case VarType::Single:
         return v.singleValue() == 0 ? u"0"_s
-                                    : layoutDecimal(shortestDecimal(v.singleValue()), 7, point);
+                                    : layoutDecimal(roundedDecimal(v.singleValue(), 7), 7, point);
     case VarType::Double:
         return v.doubleValue() == 0 ? u"0"_s
-                                    : layoutDecimal(shortestDecimal(v.doubleValue()), 15, point);
+                                    : layoutDecimal(roundedDecimal(v.doubleValue(), 15), 15, point);
     case VarType::Currency:
         return currencyText(v.currencyValue(), point);
     default:

@@ -41,7 +41,9 @@ double timeValue(const Variant& v);
 // symbol, a sign or parentheses, an exponent, &H/&O.
 std::optional<double> parseNumber(QStringView text);
 
-// The shortest decimal text that reads back as the same double ("0.1", "1E+20", "1.5E-07").
+// The text CStr writes: a Double rounded to 15 significant digits, a Single to 7, in plain
+// notation when that needs at most as many digits before the point and after it, otherwise as
+// d.dddE+nn ("0.1", "0.000000023423421", "1E+20", "1.5E-07"); the regional decimal point.
 QString doubleToText(double value);
 QString singleToText(float value);
 QString currencyToText(Currency value);

@@ -465,6 +465,69 @@ TEST_F(SiteDatabase, CallsWithTheWrongNumberOfArgumentsAreRefusedBeforeTheyRun) 
               jet::err::MissingOperator);
 }
 
+TEST_F(SiteDatabase, ArithmeticReadsTextAsCDblDoesAndKeepsTheLanguagesKinds) {
+    struct Case {
+        const char* expression;
+        rs::AdoType type;
+        vb::Variant value;
+    } cases[] = {
+        {"'1,025' + 12", rs::AdoType::Double, vb::Variant(1037.0)},
+        {"12 - ' 2.5 '", rs::AdoType::Double, vb::Variant(9.5)},
+        {"'3' * fldTransQty", rs::AdoType::Double, vb::Variant(3.0)},
+        {"'1' / 4", rs::AdoType::Double, vb::Variant(0.25)},
+        {"-'5'", rs::AdoType::Double, vb::Variant(-5.0)},
+        {"'a' + 'b'", rs::AdoType::VarWChar, vb::Variant(u"ab"_s)},
+        {"fldTransDesc + '!'", rs::AdoType::VarWChar, vb::Variant(u"CIGARETTES!"_s)},
+        {"fldTransTime + '1'", rs::AdoType::Date, vb::Variant::date(day(2003, 3, 29))},
+        {"'1' + fldTransTime", rs::AdoType::Date, vb::Variant::date(day(2003, 3, 29))},
+        {"fldTransPrice + '1.5'", rs::AdoType::Currency, vb::Variant(vb::Currency{67500})},
+        {"(fldtransregnum = 3) + '1'", rs::AdoType::Double, vb::Variant(0.0)},
+        {"'1' + Null", rs::AdoType::VarWChar, vb::Variant::null()},
+        {"fldtransregnum - Null", rs::AdoType::Integer, vb::Variant::null()},
+        {"-Null", rs::AdoType::Variant, vb::Variant::null()},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.expression);
+        auto rs = query(u"select "_s + QString::fromUtf8(c.expression) +
+                        u" as [x] from tblTrans where idftransid = 1"_s);
+        ASSERT_EQ(rs->recordCount(), 1u);
+        EXPECT_EQ(rs->field(0).type(), c.type);
+        EXPECT_EQ(rs->field(0).value(), c.value);
+    }
+    for (const char* refused : {"12 - 'foo'", "fldTransDesc * 2", "-fldTransDesc", "'x' + 1"})
+        EXPECT_EQ(errorOf([&] {
+                      query(u"select "_s + QString::fromUtf8(refused) + u" from tblTrans"_s);
+                  }),
+                  13)
+            << refused;
+    // Numbers, truths and dates keep SQLite's own arithmetic.
+    const QString native = db_->translate(
+        u"select -fldTransQty * 2 + fldtransregnum - 1, fldTransTime + 1, fldTransPrice / 2, "
+        "(fldtransregnum = 3) + 1, fldTransTime - #2003/03/27# from tblTrans"_s);
+    EXPECT_FALSE(native.contains(u"jet_"_s)) << native.toStdString();
+}
+
+TEST_F(SiteDatabase, ASingleReachesAFunctionAsASingle) {
+    const struct {
+        const char* expression;
+        const char* text;
+    } cases[] = {
+        {"CStr(CSng(0.0000234))", "0.0000234"},
+        {"CStr(CSng(0.00002342))", "2.342E-05"},
+        {"CSng(895649.847) & ''", "895649.9"},
+        {"CStr(CDbl(CSng(0.1)))", "0.100000001490116"},
+        {"CStr(CSng(0.1) + CSng(0.2))", "0.3"}, // SQLite's sum, narrowed as CSng narrows
+        {"CStr(0.000000023423421)", "0.000000023423421"},
+        {"CStr(89498564737284912)", "8.94985647372849E+16"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.expression);
+        auto rs = query(u"select "_s + QString::fromUtf8(c.expression) +
+                        u" as [x] from tblTrans where idftransid = 1"_s);
+        EXPECT_EQ(rs->field(0).value(), vb::Variant(QString::fromUtf8(c.text)));
+    }
+}
+
 TEST_F(SiteDatabase, TheDayAndTheTimeOfAMomentAreCutWithoutWritingText) {
     const QString sql = db_->translate(
         u"select cdate(format$(fldTransTime, \"yyyy/mm/dd\")), cdate(format$(fldTransTime, "
@@ -615,6 +678,16 @@ TEST_F(TypedWrites, ValuesTheLanguageConvertsAreStoredAsTheColumnsKind) {
     // And the engine reads every row back as the columns' kinds.
     auto rs = query(u"SELECT * FROM tblKinds"_s);
     EXPECT_EQ(rs->recordCount(), std::size(cases) + 1);
+}
+
+TEST_F(TypedWrites, ASingleColumnReachesFunctionsAsASingle) {
+    ASSERT_EQ(db_->execute(u"INSERT INTO tblKinds (f) VALUES (0.0000234)"_s), 1);
+    auto rs = query(u"SELECT CStr(f) AS a, f & '' AS b, f AS c, CStr(f + f) AS d FROM tblKinds"_s);
+    EXPECT_EQ(rs->field(u"a").value(), vb::Variant(u"0.0000234"_s));
+    EXPECT_EQ(rs->field(u"b").value(), vb::Variant(u"0.0000234"_s));
+    EXPECT_EQ(rs->field(u"c").value(), vb::Variant(0.0000234f));
+    // SQLite's own sum, narrowed as CSng narrows.
+    EXPECT_EQ(rs->field(u"d").value(), vb::Variant(u"0.0000468"_s));
 }
 
 TEST_F(TypedWrites, TextThatIsNoNumberAndNumbersOutOfRangeAreRefusedAndNothingIsWritten) {

@@ -25,7 +25,12 @@ TEST_F(Functions, ConversionsRoundHalfToEvenAndRaiseTheLanguagesErrors) {
         {"jet_clng(-2.5)", "-2"},
         {"jet_clng(2147483647.5)", "error: 6: Overflow"},
         {"jet_cdbl('1.5')", "1.5"},
-        {"jet_csng(0.1)", "0.10000000149011612"}, // the Single itself, not re-read as a Double
+        {"jet_csng(0.1)", "S:0.10000000149011612"}, // the Single itself, tagged as one
+        {"jet_cstr(jet_csng(0.0000234))", "'0.0000234'"},
+        {"jet_cstr(jet_csng(0.00002342))", "'2.342E-05'"},
+        {"jet_cstr(jet_tag_single(895649.847))", "'895649.9'"},
+        {"jet_cstr(0.0000234)", "'0.0000234'"},
+        {"jet_cstr(2.342342133E-07)", "'2.342342133E-07'"},
         {"jet_ccur(1.23456)", "C:1.2346"},
         {"jet_cbool('True')", "B:-1"},
         {"jet_cbool(0)", "B:0"},
@@ -51,6 +56,10 @@ TEST_F(Functions, TagsMarkStoredValuesAndReadStrayText) {
         {"jet_tag_bool(1)", "B:-1"},
         {"jet_tag_bool(0)", "B:0"},
         {"jet_tag_date('soon')", "error: 13: Type mismatch"},
+        {"jet_tag_single(0.1)", "S:0.10000000149011612"}, // what SQL computed is narrowed
+        {"jet_tag_single('1.5')", "S:1.5"},
+        {"jet_tag_single(NULL)", "Null"},
+        {"jet_tag_single(1e39)", "error: 6: Overflow"},
     });
 }
 
@@ -127,6 +136,28 @@ TEST_F(Functions, OperatorsTheGeneratorCannotWriteNatively) {
         {"jet_concat(jet_tag_date(37703), '')", "'3/23/2003'"},
         {"jet_concat(jet_tag_bool(-1), '!')", "'True!'"},
         {"jet_concat('é', 'è')", "'éè'"},
+        // + - * / and unary - on text read it as CDbl does, or refuse it.
+        {"jet_add('1,025', 12)", "1037.0"},
+        {"jet_add('a', 'b')", "'ab'"}, // two texts are joined
+        {"jet_add('a', 1)", "error: 13: Type mismatch"},
+        {"jet_sub(12, 'foo')", "error: 13: Type mismatch"},
+        {"jet_sub(12, ' 2.5 ')", "9.5"},
+        {"jet_mul('3', '4')", "12.0"},
+        {"jet_div('1', 4)", "0.25"},
+        {"jet_div('1', '0')", "error: 11: Division by zero"},
+        {"jet_neg('5')", "-5.0"},
+        {"jet_neg('x')", "error: 13: Type mismatch"},
+        // Null propagates; Dates, Currency and Yes/No values keep the language's kinds.
+        {"jet_add(NULL, '1')", "Null"},
+        {"jet_sub('1', NULL)", "Null"},
+        {"jet_neg(NULL)", "Null"},
+        {"jet_add(jet_tag_date(37703.5), '1')", "D:37704.5"},
+        {"jet_sub(jet_tag_date(37703.5), '0.5')", "D:37703.0"},
+        {"jet_add(jet_tag_currency(1.25), '1.5')", "C:2.75"},
+        {"jet_mul(jet_tag_currency(1.25), '3')", "C:3.75"},
+        {"jet_add(jet_tag_bool(1), '1')", "0.0"},
+        {"jet_neg(jet_tag_bool(1))", "1"},
+        {"jet_add(jet_tag_single(1.5), '1')", "2.5"},
         // \ and Mod round their operands half to even first.
         {"jet_intdiv(7.5, 2)", "4"},
         {"jet_intdiv(6.5, 2)", "3"},

@@ -44,29 +44,54 @@ TEST_F(Conversions, WholeNumbersRoundHalfToEven) {
     EXPECT_EQ(ccur(Variant(u"$1,234.5"_s)).scaled, 12345000);
 }
 
-TEST_F(Conversions, CStrWritesTheShortestTextThatReadsBack) {
+TEST_F(Conversions, CStrWritesFifteenDigitsOfADoubleAndSevenOfASingle) {
     struct Case {
         double value;
         const char* text;
     } cases[] = {
+        {8.9498564737284912e16, "8.94985647372849E+16"},
+        {895649.84737284912, "895649.847372849"},
+        {2.3423421e-8, "0.000000023423421"}, // fifteen digits after the point still fit
+        {2.342342133e-7, "2.342342133E-07"}, // sixteen do not
         {0.1, "0.1"},
         {-0.5, "-0.5"},
-        {0.1 + 0.2, "0.30000000000000004"},
-        {1e15, "1E+15"},
+        {0.1 + 0.2, "0.3"},
+        {1.0 / 3, "0.333333333333333"},
+        {2.0 / 3, "0.666666666666667"},
+        {1.0 / 30, "3.33333333333333E-02"},
         {123456789012345.0, "123456789012345"},
-        {1.5e-7, "1.5E-07"},
-        {0.0001, "0.0001"},
-        {0.00001, "1E-05"},
+        {999999999999999.9, "1E+15"}, // the rounding carry moves the exponent
+        {1e15, "1E+15"},
+        {1.5e-7, "0.00000015"},
+        {0.00001, "0.00001"},
+        {1e-15, "0.000000000000001"},
+        {1e-16, "1E-16"},
         {1e300, "1E+300"},
         {2.0, "2"},
         {1234.5, "1234.5"},
         {-1.25e20, "-1.25E+20"},
+        // Exactly half at the sixteenth digit goes away from zero, as the runtime prints.
+        {100000000000000.5, "100000000000001"},
+        {-1000000000000005.0, "-1.00000000000001E+15"},
+        // A tail that only rounds to 5 at the sixteenth digit (4.66...) goes down.
+        {1 + 21 * std::numeric_limits<double>::epsilon(), "1"},
     };
     for (const Case& c : cases)
         EXPECT_EQ(cstr(Variant(c.value)), QString::fromUtf8(c.text)) << c.text;
-    // A Single prints its own shortest digits, not those of the double it widens to.
-    EXPECT_EQ(cstr(Variant(0.1f)), u"0.1");
-    EXPECT_EQ(cstr(Variant(15000000.0f)), u"1.5E+07");
+    // A Single rounds its own value to seven digits.
+    struct SingleCase {
+        float value;
+        const char* text;
+    } singles[] = {
+        {895649.847f, "895649.9"},  {0.0000234f, "0.0000234"},
+        {0.00002342f, "2.342E-05"}, {0.1f, "0.1"},
+        {15000000.0f, "1.5E+07"},   {654322.25f, "654322.3"},
+        {-654322.25f, "-654322.3"}, {654321.25f, "654321.3"},
+    };
+    for (const SingleCase& c : singles)
+        EXPECT_EQ(cstr(Variant(c.value)), QString::fromUtf8(c.text)) << c.text;
+    EXPECT_EQ(str(Variant(2.3423421e-8)), u" .000000023423421");
+    EXPECT_EQ(str(Variant(-1.0 / 30)), u"-3.33333333333333E-02");
     EXPECT_EQ(cstr(Variant(Currency{125000})), u"12.5");
     EXPECT_EQ(cstr(Variant(Currency{-1})), u"-0.0001");
     EXPECT_EQ(cstr(Variant(true)), u"True");
