@@ -51,15 +51,16 @@ char exactDigit(double value, int exponent10, int index) {
 Decimal roundedDecimal(double value, int precision) {
     // One digit more than kept, correctly rounded: "d.ddd...de+xx".
     char buf[48];
-    std::to_chars(buf, buf + sizeof buf, std::fabs(value), std::chars_format::scientific,
-                  precision);
+    const char* end = std::to_chars(buf, buf + sizeof buf, std::fabs(value),
+                                    std::chars_format::scientific, precision)
+                          .ptr;
     Decimal d;
     d.negative = value < 0;
     d.count = precision;
     d.digits[0] = buf[0];
     std::copy(buf + 2, buf + precision + 1, d.digits + 1);
     const char next = buf[precision + 1];
-    for (const char* e = buf + precision + 4; *e >= '0' && *e <= '9'; ++e) // past "e" and a sign
+    for (const char* e = buf + precision + 4; e != end; ++e) // past "e" and a sign
         d.exponent = d.exponent * 10 + (*e - '0');
     if (buf[precision + 3] == '-') d.exponent = -d.exponent;
     // That digit settles every case but a 5, which a tail from 4.5 up to 5.5 units rounds to:
