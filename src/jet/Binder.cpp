@@ -335,8 +335,9 @@ private:
             args.push_back(bindExpr(*a, scope));
         const DialectFunction* f = findFunction(e.name);
         if (!f) raise(err::UndefinedFunction, e.name);
+        if (e.dollar && f->dollar == DollarForm::None) raise(err::UndefinedFunction, e.name + u'$');
         checkArgumentCount(e, *f);
-        return resultType(f->result, args);
+        return e.dollar ? SqlType::Text : resultType(f->result, args);
     }
 
     static void checkArgumentCount(const Expr& e, const DialectFunction& f) {
@@ -356,19 +357,30 @@ private:
         case ResultRule::FirstArgAsNumber:
             return first == SqlType::Boolean ? SqlType::Integer : first;
         case ResultRule::Branches:
-            return branchesType(args[1], args[2]);
+            return sharedType(args, 1);
+        case ResultRule::PairedBranches:
+            return sharedType(args, 2);
         case ResultRule::CurrencyOrDouble:
             return first == SqlType::Currency ? SqlType::Currency : SqlType::Double;
         }
         return SqlType::Unknown;
     }
 
-    static SqlType branchesType(SqlType a, SqlType b) {
-        if (a == b) return a;
-        if (a == SqlType::Unknown) return b;
-        if (b == SqlType::Unknown) return a;
-        if (isNumeric(a) && isNumeric(b)) return widen(a, b);
-        return SqlType::Unknown;
+    // The type the choices (every `step`th argument from the second) share: the widest where all
+    // are numbers, none where they differ otherwise. A Null choice takes the others' type.
+    static SqlType sharedType(const std::vector<SqlType>& args, std::size_t step) {
+        std::optional<SqlType> shared;
+        for (std::size_t i = 1; i < args.size(); i += step) {
+            const SqlType t = args[i];
+            if (t == SqlType::Unknown) continue;
+            if (!shared || *shared == t)
+                shared = t;
+            else if (isNumeric(*shared) && isNumeric(t))
+                shared = widen(*shared, t);
+            else
+                return SqlType::Unknown;
+        }
+        return shared.value_or(SqlType::Unknown);
     }
 
     SqlType resolveColumn(const Expr& e, const Scope& scope) {

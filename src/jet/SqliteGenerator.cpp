@@ -361,7 +361,19 @@ QString SqliteGenerator::function(const Expr& e) const {
     QStringList args;
     for (const ExprPtr& a : e.args)
         args << argument(*a);
-    return sqliteName(*f) + u'(' + args.join(u", "_s) + u')' + filter;
+    const QString arguments = u'(' + args.join(u", "_s) + u')';
+    if (!e.dollar) return sqliteName(*f) + arguments + filter;
+    switch (f->dollar) {
+    case DollarForm::NullRaises:
+        return u"jet_dollar("_s + sqliteName(*f) + arguments + u')';
+    case DollarForm::NullBlank:
+        return u"coalesce("_s + sqliteName(*f) + arguments + u", '')"_s;
+    case DollarForm::Own:
+        return sqliteDollarName(*f) + arguments;
+    case DollarForm::None:
+        break;
+    }
+    raise(err::UndefinedFunction, e.name + u'$');
 }
 
 QString SqliteGenerator::tableRef(const TableRef& ref) const {
