@@ -5,6 +5,8 @@
 #include "jet/Storage.h"
 #include "vb/Convert.h"
 
+#include <QSet>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace jet {
@@ -561,7 +563,12 @@ QStringList SqliteGenerator::selectInto(const Select& s) const {
     if (catalog_.table(s.into)) raise(err::TableExists, s.into);
     QStringList columns, names;
     std::vector<ColumnType> types;
+    QSet<QString> seen;
     for (const OutputColumn& out : binding_.outputs(&s)) {
+        // Names that differ only in letter case are one column's name to the dialect.
+        const QString folded = out.name.toLower();
+        if (seen.contains(folded)) raise(err::FieldDefinedTwice);
+        seen.insert(folded);
         ColumnType type = out.type;
         type.counter = false;
         columns << quoted(out.name) + u' ' + sqliteDeclaration(type);

@@ -166,6 +166,99 @@ TEST_F(SiteDatabase, SelectIntoKeepsTypesAndSessionTablesArePrivate) {
     EXPECT_EQ(errorOf([&] { db_->execute(u"DROP TABLE tblTemp3"_s); }), 3376);
 }
 
+namespace {
+
+QStringList fieldNames(const rs::Recordset& rs) {
+    QStringList names;
+    for (int i = 0; i < rs.fieldCount(); ++i)
+        names << rs.field(i).name();
+    return names;
+}
+
+} // namespace
+
+TEST_F(SiteDatabase, OutputColumnsThatShareANameAreToldApartAsTheDialectNamesThem) {
+    db_->execute(u"INSERT INTO tbltransdescs (fldtransdesc) VALUES ('MILK')"_s);
+    struct Case {
+        const char* text;
+        QStringList names;
+    } cases[] = {
+        // Columns of different sources take the source's name, or its alias.
+        {"select tblTrans.fldTransDesc, tbltransdescs.fldtransdesc from tblTrans, tbltransdescs",
+         {u"tblTrans.fldTransDesc"_s, u"tbltransdescs.fldtransdesc"_s}},
+        {"select t.fldTransDesc, d.fldtransdesc, fldTransQty from tblTrans t, tbltransdescs as d",
+         {u"t.fldTransDesc"_s, u"d.fldtransdesc"_s, u"fldTransQty"_s}},
+        // A column shown again keeps its name at its last showing; the others are numbered by
+        // their place in the list, as unnamed expressions are.
+        {"select fldtransregnum, fldTransQty, tblTrans.fldtransregnum, fldtransregnum from "
+         "tblTrans",
+         {u"Expr1000"_s, u"fldTransQty"_s, u"Expr1002"_s, u"fldtransregnum"_s}},
+        {"select fldTransQty, count(*), sum(fldTransQty) from tblTrans group by fldTransQty",
+         {u"fldTransQty"_s, u"Expr1001"_s, u"Expr1002"_s}},
+        {"select (select max(fldTransQty) from tblTrans), 2 from tblActors",
+         {u"Expr1000"_s, u"Expr1001"_s}},
+        {"select fldTransQty as [fldtransregnum], fldTransDesc from tblTrans",
+         {u"fldtransregnum"_s, u"fldTransDesc"_s}},
+        // * over sources that share a name, written bare or per source.
+        {"select * from tbltransdescs inner join tblActors on tbltransdescs.fldtransdesc = "
+         "tblActors.fldActorCode",
+         {u"fldtransdesc"_s, u"idfActorID"_s, u"fldActorCode"_s, u"fldActorlName"_s,
+          u"fldActorfName"_s}},
+        {"select d.*, t.fldTransDesc from tbltransdescs d inner join tblTrans t on "
+         "d.fldtransdesc = t.fldTransDesc",
+         {u"d.fldtransdesc"_s, u"t.fldTransDesc"_s}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(fieldNames(*query(QString::fromUtf8(c.text))), c.names);
+    }
+    const QStringList joined = fieldNames(
+        *query(u"select * from tblTrans inner join tbltransdescs on tblTrans.fldTransDesc = "
+               "tbltransdescs.fldtransdesc"_s));
+    EXPECT_TRUE(joined.contains(u"tblTrans.fldTransDesc"_s)) << joined.join(u' ').toStdString();
+    EXPECT_TRUE(joined.contains(u"tbltransdescs.fldtransdesc"_s));
+    EXPECT_TRUE(joined.contains(u"fldTransTime"_s));
+}
+
+TEST_F(SiteDatabase, SelectIntoKeepsTheNamesThatTellSharedColumnsApart) {
+    db_->execute(u"INSERT INTO tbltransdescs (fldtransdesc) VALUES ('MILK')"_s);
+    db_->execute(u"SELECT tblTrans.fldTransDesc, tbltransdescs.fldtransdesc, fldTransPrice * 2 "
+                 "INTO tblTemp5 FROM tblTrans INNER JOIN tbltransdescs ON tblTrans.fldTransDesc = "
+                 "tbltransdescs.fldtransdesc"_s);
+    auto rs = query(u"select * from tblTemp5"_s);
+    EXPECT_EQ(fieldNames(*rs), (QStringList{u"tblTrans.fldTransDesc"_s,
+                                            u"tbltransdescs.fldtransdesc"_s, u"Expr1002"_s}));
+    ASSERT_EQ(rs->recordCount(), 1u);
+    EXPECT_EQ(rs->field(u"tbltransdescs.fldtransdesc").value(), vb::Variant(u"MILK"_s));
+    EXPECT_EQ(rs->field(u"Expr1002").value(), vb::Variant(vb::Currency{22000}));
+    // Names the query gives twice cannot both be a table's.
+    EXPECT_EQ(errorOf([&] {
+                  db_->execute(u"SELECT fldTransQty AS a, fldTransDesc AS A INTO tblTemp6 FROM "
+                               "tblTrans"_s);
+              }),
+              jet::err::FieldDefinedTwice);
+    EXPECT_EQ(errorOf([&] { query(u"select * from tblTemp6"_s); }), jet::err::NoInputTable);
+}
+
+TEST_F(SiteDatabase, DeleteWithTheDesignersColumnListDeletesWholeRows) {
+    EXPECT_EQ(db_->execute(u"DELETE tblTrans.fldTransDesc, tblTrans.fldTransPrice FROM tblTrans "
+                           "WHERE tblTrans.fldtransregnum = 12"_s),
+              2);
+    EXPECT_EQ(db_->execute(u"DELETE DISTINCTROW tblTrans.*, tblTrans.fldTransDesc FROM tblTrans "
+                           "WHERE tblTrans.fldTransDesc = 'orphan'"_s),
+              1);
+    auto rs = query(u"select fldTransDesc from tblTrans order by idftransid"_s);
+    ASSERT_EQ(rs->recordCount(), 2u);
+    EXPECT_EQ(rs->field(0).value(), vb::Variant(u"CIGARETTES"_s));
+    EXPECT_EQ(db_->execute(u"DELETE tblActors.* FROM tblActors"_s), 2);
+    EXPECT_EQ(query(u"select count(*) from tblActors"_s)->field(0).value(), vb::Variant(0));
+    // The list is passed over, names and all; the condition is still bound.
+    EXPECT_EQ(errorOf([&] {
+                  db_->execute(u"DELETE lkpActions.fldNope FROM lkpActions WHERE fldNope = 1"_s);
+              }),
+              jet::err::TooFewParameters);
+}
+
 TEST_F(SiteDatabase, CrosstabColumnsAreThePivotValuesInOrder) {
     const QString text = u"TRANSFORM Count(tblTrans.idftransid) SELECT tbltrans.fldtransregnum as "
                          "[Register] "_s +
