@@ -80,7 +80,7 @@ const DialectFunction kFunctions[] = {
     {"instr", 2, 4, Scalar, kLong, body(valueFunction<fnInStr>)},
     {"instrrev", 2, 4, Scalar, kLong, body(valueFunction<fnInStrRev>)},
     {"chr", 1, 1, Scalar, kText, body(valueFunction<fnChr>), NullRaises},
-    {"asc", 1, 1, Scalar, kLong, body(valueFunction<fnAsc>)},
+    {"asc", 1, 1, Scalar, kInteger, body(valueFunction<fnAsc>)},
     {"chrw", 1, 1, Scalar, kText, body(valueFunction<fnChrW>), NullRaises},
     {"ascw", 1, 1, Scalar, kInteger, body(valueFunction<fnAscW>)},
     {"replace", 3, 6, Scalar, kText, body(valueFunction<fnReplace>)},

@@ -9,6 +9,7 @@
 #include "jet/JetLike.h"
 #include "jet/SqliteCall.h"
 #include "jet/Storage.h"
+#include "vb/Cp1252.h"
 #include "vb/DateTime.h"
 #include "vb/Format.h"
 #include "vb/Regional.h"
@@ -544,17 +545,19 @@ template <int Base> Variant fnRadix(const Call& c) {
     return Variant(QString::number(bits, Base).toUpper());
 }
 
-// Chr takes character codes 0 to 255 (read as Latin-1); Asc gives the first character's code.
+// Chr and Asc read character codes 0 to 255 in the code page of the language's regional settings
+// (Windows-1252, so Chr(128) is the euro sign); Asc gives the first character's code, 63 ("?")
+// for a character the code page lacks.
 inline Variant fnChr(const Call& c) {
     const std::int32_t code = longArg(c, 0);
     if (code < 0 || code > 255) vb::raise(vb::err::InvalidProcedureCall);
-    return Variant(QString(QChar(static_cast<char16_t>(code))));
+    return Variant(QString(vb::fromCp1252(static_cast<std::uint8_t>(code))));
 }
 
 inline Variant fnAsc(const Call& c) {
     const QString text = textArg(c, 0);
     if (text.isEmpty()) vb::raise(vb::err::InvalidProcedureCall);
-    return Variant(static_cast<std::int32_t>(text.front().unicode()));
+    return Variant(static_cast<std::int16_t>(vb::toCp1252(text.front())));
 }
 
 // ChrW takes UTF-16 codes from -32768 to 65535, a negative code standing for the code + 65536.

@@ -376,6 +376,7 @@ TEST_F(SiteDatabase, EveryExpressionComesBackWithTheDialectsType) {
         {"cbyte(7.5)", rs::AdoType::UnsignedTinyInt, vb::Variant(std::int16_t(8))},
         {"cvar(fldTransPrice)", rs::AdoType::Currency, vb::Variant(vb::Currency{52500})},
         {"ascw('€')", rs::AdoType::SmallInt, vb::Variant(std::int16_t(8364))},
+        {"asc('€')", rs::AdoType::SmallInt, vb::Variant(std::int16_t(128))},
         {"chrw(8364)", rs::AdoType::VarWChar, vb::Variant(u"€"_s)},
         {"strconv(fldTransDesc, 3)", rs::AdoType::VarWChar, vb::Variant(u"Cigarettes"_s)},
         {"strreverse(fldTransDesc)", rs::AdoType::VarWChar, vb::Variant(u"SETTERAGIC"_s)},

@@ -300,7 +300,16 @@ TEST_F(Functions, CuttingText) {
         {"jet_chr(65)", "'A'"},
         {"jet_chr(233)", "'é'"},
         {"jet_chr(256)", "error: 5: Invalid procedure call or argument"},
+        {"jet_chr(128)", "'€'"}, // the code page's, not Latin-1's
+        {"jet_chr(150)", "'–'"},
+        {"jet_chr(129)", "'\xc2\x81'"}, // a code the page leaves free keeps its control
+        {"jet_chr(NULL)", "error: 94: Invalid use of Null"},
         {"jet_asc('abc')", "97"},
+        {"jet_asc('€')", "128"},
+        {"jet_asc('é')", "233"},
+        {"jet_asc('中')", "63"}, // no character of the page: "?"
+        {"jet_asc(7)", "55"},
+        {"jet_asc(NULL)", "error: 94: Invalid use of Null"},
         {"jet_asc('')", "error: 5: Invalid procedure call or argument"},
     });
 }
