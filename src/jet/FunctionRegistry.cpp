@@ -106,6 +106,7 @@ const DialectFunction kFunctions[] = {
     {"oct", 1, 1, Scalar, kText, body(valueFunction<fnRadix<8>>), NullRaises},
     {"val", 1, 1, Scalar, kDouble, body(valueFunction<fnVal>)},
     {"str", 1, 1, Scalar, kText, body(valueFunction<fnStr>), NullRaises},
+    {"partition", 4, 4, Scalar, kText, body(valueFunction<fnPartition>)},
 
     {"iif", 3, 3, Scalar, {ResultRule::Branches}, body(directFunction<fnIif>)},
     {"choose", 2, kMostArguments, Scalar, {ResultRule::Branches}, body(directFunction<fnChoose>)},

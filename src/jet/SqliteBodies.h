@@ -19,6 +19,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 namespace jet::sqlite {
 
@@ -582,6 +583,35 @@ inline Variant fnVal(const Call& c) {
 inline Variant fnStr(const Call& c) {
     if (c.isNull(0)) return Variant::null();
     return Variant(vb::str(c.value(0)));
+}
+
+// Partition(number, start, stop, interval): the range of the series from start to stop in steps
+// of interval that holds number, as "lower:upper". Each side is padded with blanks to the width
+// of stop plus one, so that the texts sort as their ranges do; before start the lower side is
+// blank, past stop the upper. Every part is rounded as CLng rounds it, and Null in any gives
+// Null. An interval of 1 gives number:number wherever the number lies.
+inline Variant fnPartition(const Call& c) {
+    for (int i = 0; i < 4; ++i)
+        if (c.isNull(i)) return Variant::null();
+    const std::int64_t number = longArg(c, 0), start = longArg(c, 1), stop = longArg(c, 2),
+                       interval = longArg(c, 3);
+    if (start < 0 || stop <= start || interval < 1) vb::raise(vb::err::InvalidProcedureCall);
+    std::optional<std::int64_t> lower, upper;
+    if (interval == 1) {
+        lower = upper = number;
+    } else if (number < start) {
+        upper = start - 1;
+    } else if (number > stop) {
+        lower = stop + 1;
+    } else {
+        lower = start + (number - start) / interval * interval;
+        upper = std::min(stop, *lower + interval - 1);
+    }
+    const qsizetype width = QString::number(stop).size() + 1;
+    const auto side = [&](std::optional<std::int64_t> n) {
+        return (n ? QString::number(*n) : QString()).rightJustified(width, u' ');
+    };
+    return Variant(side(lower) + u':' + side(upper));
 }
 
 // ---- tests and choices ----

@@ -381,6 +381,7 @@ TEST_F(SiteDatabase, EveryExpressionComesBackWithTheDialectsType) {
         {"strconv(fldTransDesc, 3)", rs::AdoType::VarWChar, vb::Variant(u"Cigarettes"_s)},
         {"strreverse(fldTransDesc)", rs::AdoType::VarWChar, vb::Variant(u"SETTERAGIC"_s)},
         {"timer()", rs::AdoType::Single, vb::Variant()},
+        {"partition(fldTransQty, 0, 10, 5)", rs::AdoType::VarWChar, vb::Variant(u"  0:  4"_s)},
         // Choose and Switch give the type their choices share, the widest of numbers.
         {"choose(2, fldTransPrice, 1)", rs::AdoType::Currency, vb::Variant(vb::Currency{10000})},
         {"choose(3, fldTransPrice, 1)", rs::AdoType::Currency, vb::Variant::null()},

@@ -130,6 +130,29 @@ TEST_F(Functions, NumberFunctions) {
     });
 }
 
+TEST_F(Functions, PartitionNamesTheRangeANumberFallsInPaddedToSortInOrder) {
+    expectAll({
+        {"jet_partition(-5, 0, 99, 5)", "'   : -1'"},
+        {"jet_partition(0, 0, 99, 5)", "'  0:  4'"},
+        {"jet_partition(97, 0, 99, 5)", "' 95: 99'"},
+        {"jet_partition(100, 0, 99, 5)", "'100:   '"},
+        {"jet_partition(25, 20, 199, 10)", "'  20:  29'"},
+        {"jet_partition(3, 20, 199, 10)", "'    :  19'"},
+        {"jet_partition(1005, 100, 1010, 20)", "' 1000: 1010'"}, // the last range ends at stop
+        {"jet_partition(1011, 100, 1010, 20)", "' 1011:     '"},
+        {"jet_partition(100, 0, 1000, 1)", "'  100:  100'"},
+        {"jet_partition(5000, 0, 1000, 1)", "' 5000: 5000'"}, // wherever the number lies
+        {"jet_partition(24.5, 20, 199, 4.5)", "'  24:  27'"}, // every part rounded to even
+        {"jet_partition('7', 0, 9, 5)", "' 5: 9'"},
+        {"jet_partition(NULL, 0, 99, 5)", "Null"},
+        {"jet_partition(1, 0, 99, NULL)", "Null"},
+        {"jet_partition(1, -1, 99, 5)", "error: 5: Invalid procedure call or argument"},
+        {"jet_partition(1, 5, 5, 1)", "error: 5: Invalid procedure call or argument"},
+        {"jet_partition(1, 0, 99, 0)", "error: 5: Invalid procedure call or argument"},
+        {"jet_partition('x', 0, 99, 5)", "error: 13: Type mismatch"},
+    });
+}
+
 TEST_F(Functions, OperatorsTheGeneratorCannotWriteNatively) {
     expectAll({
         {"jet_concat('a', NULL)", "'a'"},
