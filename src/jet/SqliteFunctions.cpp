@@ -220,18 +220,24 @@ void registerFunction(sqlite3* db, const QByteArray& name, int args, const Sqlit
           name);
 }
 
+// A body under its name for every argument count the function takes.
+void registerEveryCount(sqlite3* db, const QString& name, const DialectFunction& f,
+                        const SqliteHow& how) {
+    const QByteArray utf8 = name.toUtf8();
+    for (int n = f.minArgs; n <= f.maxArgs; ++n)
+        registerFunction(db, utf8, n, how);
+}
+
 } // namespace
 
 void registerDialectFunctions(sqlite3* db) {
     for (const DialectFunction& f : dialectFunctions()) {
         if (f.sqlite.form != SqliteForm::Body) continue;
-        const QByteArray name = sqliteName(f).toUtf8();
-        for (int n = f.minArgs; n <= f.maxArgs; ++n)
-            registerFunction(db, name, n, f.sqlite);
-        if (f.dollar != DollarForm::Own) continue;
-        const SqliteHow dollar{.scalar = f.sqlite.dollar, .deterministic = f.sqlite.deterministic};
-        for (int n = f.minArgs; n <= f.maxArgs; ++n)
-            registerFunction(db, sqliteDollarName(f).toUtf8(), n, dollar);
+        registerEveryCount(db, sqliteName(f), f, f.sqlite);
+        if (f.dollar == DollarForm::Own)
+            registerEveryCount(
+                db, sqliteDollarName(f), f,
+                {.scalar = f.sqlite.dollar, .deterministic = f.sqlite.deterministic});
     }
     for (const Helper& h : kHelpers)
         registerFunction(db, h.name, h.args, SqliteHow{.scalar = h.function});
