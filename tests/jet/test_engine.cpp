@@ -374,17 +374,13 @@ TEST_F(SiteDatabase, EveryExpressionComesBackWithTheDialectsType) {
         {"weekday(fldTransTime)", rs::AdoType::SmallInt, vb::Variant(std::int16_t(6))},
         {"Null", rs::AdoType::Variant, vb::Variant()},
         {"cbyte(7.5)", rs::AdoType::UnsignedTinyInt, vb::Variant(std::int16_t(8))},
-        {"cvar(fldTransPrice)", rs::AdoType::Currency, vb::Variant(vb::Currency{52500})},
         {"ascw('€')", rs::AdoType::SmallInt, vb::Variant(std::int16_t(8364))},
         {"asc('€')", rs::AdoType::SmallInt, vb::Variant(std::int16_t(128))},
-        {"chrw(8364)", rs::AdoType::VarWChar, vb::Variant(u"€"_s)},
         {"strconv(fldTransDesc, 3)", rs::AdoType::VarWChar, vb::Variant(u"Cigarettes"_s)},
-        {"strreverse(fldTransDesc)", rs::AdoType::VarWChar, vb::Variant(u"SETTERAGIC"_s)},
         {"timer()", rs::AdoType::Single, vb::Variant()},
         {"partition(fldTransQty, 0, 10, 5)", rs::AdoType::VarWChar, vb::Variant(u"  0:  4"_s)},
         // Choose and Switch give the type their choices share, the widest of numbers.
         {"choose(2, fldTransPrice, 1)", rs::AdoType::Currency, vb::Variant(vb::Currency{10000})},
-        {"choose(3, fldTransPrice, 1)", rs::AdoType::Currency, vb::Variant::null()},
         {"choose(1, 'a', 2)", rs::AdoType::Variant, vb::Variant(u"a"_s)},
         {"switch(fldtransregnum = 4, 'four', fldtransregnum = 3, 'three')", rs::AdoType::VarWChar,
          vb::Variant(u"three"_s)},
@@ -393,7 +389,6 @@ TEST_F(SiteDatabase, EveryExpressionComesBackWithTheDialectsType) {
         // A "$" form always gives text.
         {"left$(fldTransDesc, 3)", rs::AdoType::VarWChar, vb::Variant(u"CIG"_s)},
         {"str$(fldtransregnum)", rs::AdoType::VarWChar, vb::Variant(u" 3"_s)},
-        {"hex$(255)", rs::AdoType::VarWChar, vb::Variant(u"FF"_s)},
         {"format$(Null, 'yyyy')", rs::AdoType::VarWChar, vb::Variant(u""_s)},
         {"format(Null, 'yyyy')", rs::AdoType::VarWChar, vb::Variant::null()},
         {"format$(Null, '0;0;0;\"none\"')", rs::AdoType::VarWChar, vb::Variant(u"none"_s)},
@@ -570,13 +565,10 @@ TEST_F(SiteDatabase, DollarFormsRaiseWhereTheVariantFormsGiveNull) {
         {"mid$(fldTransDesc + Null, 1)", vb::err::InvalidUseOfNull},
         {"ucase$(Null)", vb::err::InvalidUseOfNull},
         {"trim$(Null)", vb::err::InvalidUseOfNull},
-        {"trim(Null)", 0},
-        {"string$(2, Null)", vb::err::InvalidUseOfNull},
         {"chr$(Null)", vb::err::InvalidUseOfNull}, // as Chr(Null) does
         // No "$" form: an unknown function, as the dialect names it.
         {"abs$(-1)", jet::err::UndefinedFunction},
         {"iif$(1, 'a', 'b')", jet::err::UndefinedFunction},
-        {"strconv$('a', 1)", jet::err::UndefinedFunction},
         {"now$()", jet::err::UndefinedFunction},
     };
     for (const Case& c : cases) {

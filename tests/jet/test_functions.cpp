@@ -43,15 +43,12 @@ TEST_F(Functions, ConversionsRoundHalfToEvenAndRaiseTheLanguagesErrors) {
         {"jet_cvdate(NULL)", "Null"},
         {"jet_cvdate(37703.25)", "D:37703.25"},
         {"jet_cbyte(254.5)", "254"},
-        {"jet_cbyte('7')", "7"},
         {"jet_cbyte(255.5)", "error: 6: Overflow"},
         {"jet_cbyte(-0.5)", "0"},
         {"jet_cbyte(-0.6)", "error: 6: Overflow"},
         {"jet_cbyte(jet_tag_bool(1))", "error: 6: Overflow"}, // True is -1
-        {"jet_cbyte('x')", "error: 13: Type mismatch"},
         {"jet_cbyte(NULL)", "error: 94: Invalid use of Null"},
         {"jet_cvar(NULL)", "Null"},
-        {"jet_cvar('a')", "'a'"},
         {"jet_cvar(jet_tag_date(1.5))", "D:1.5"},
     });
 }
@@ -133,23 +130,17 @@ TEST_F(Functions, NumberFunctions) {
 TEST_F(Functions, PartitionNamesTheRangeANumberFallsInPaddedToSortInOrder) {
     expectAll({
         {"jet_partition(-5, 0, 99, 5)", "'   : -1'"},
-        {"jet_partition(0, 0, 99, 5)", "'  0:  4'"},
         {"jet_partition(97, 0, 99, 5)", "' 95: 99'"},
         {"jet_partition(100, 0, 99, 5)", "'100:   '"},
         {"jet_partition(25, 20, 199, 10)", "'  20:  29'"},
-        {"jet_partition(3, 20, 199, 10)", "'    :  19'"},
         {"jet_partition(1005, 100, 1010, 20)", "' 1000: 1010'"}, // the last range ends at stop
         {"jet_partition(1011, 100, 1010, 20)", "' 1011:     '"},
         {"jet_partition(100, 0, 1000, 1)", "'  100:  100'"},
         {"jet_partition(5000, 0, 1000, 1)", "' 5000: 5000'"}, // wherever the number lies
         {"jet_partition(24.5, 20, 199, 4.5)", "'  24:  27'"}, // every part rounded to even
-        {"jet_partition('7', 0, 9, 5)", "' 5: 9'"},
         {"jet_partition(NULL, 0, 99, 5)", "Null"},
-        {"jet_partition(1, 0, 99, NULL)", "Null"},
         {"jet_partition(1, -1, 99, 5)", "error: 5: Invalid procedure call or argument"},
-        {"jet_partition(1, 5, 5, 1)", "error: 5: Invalid procedure call or argument"},
         {"jet_partition(1, 0, 99, 0)", "error: 5: Invalid procedure call or argument"},
-        {"jet_partition('x', 0, 99, 5)", "error: 13: Type mismatch"},
     });
 }
 
@@ -184,7 +175,6 @@ TEST_F(Functions, OperatorsTheGeneratorCannotWriteNatively) {
         {"jet_bool('yes')", "error: 13: Type mismatch"},
         // The "$" form of a function that may give Null.
         {"jet_dollar('a')", "'a'"},
-        {"jet_dollar('')", "''"},
         {"jet_dollar(NULL)", "error: 94: Invalid use of Null"},
     });
 }
@@ -254,24 +244,19 @@ TEST_F(Functions, ChoicesAndTests) {
 
 TEST_F(Functions, ChooseTakesTheRoundedIndexAndSwitchTheFirstTrueCondition) {
     expectAll({
-        {"jet_choose(1, 'a', 'b')", "'a'"},
         {"jet_choose(2, 'a', 'b')", "'b'"},
         {"jet_choose(1.5, 'a', 'b', 'c')", "'b'"}, // rounded as CInt rounds: half to even
         {"jet_choose(2.5, 'a', 'b', 'c')", "'b'"},
         {"jet_choose(0.4, 'a')", "Null"},
         {"jet_choose(3, 'a', 'b')", "Null"},
-        {"jet_choose(-1, 'a')", "Null"},
-        {"jet_choose('2', 'a', 'b')", "'b'"},
         {"jet_choose(1, jet_tag_currency(2), 'b')", "C:2.0"},
         {"jet_choose(1, NULL, 'b')", "Null"},
         {"jet_choose(NULL, 'a')", "error: 94: Invalid use of Null"},
-        {"jet_choose('x', 'a')", "error: 13: Type mismatch"},
         {"jet_choose(40000, 'a')", "error: 6: Overflow"},
         {"jet_switch(0, 'a', 1, 'b', 1, 'c')", "'b'"},
         {"jet_switch(NULL, 'a', 'True', 'b')", "'b'"},
         {"jet_switch(0, 'a')", "Null"},
         {"jet_switch(1, NULL, 1, 'b')", "Null"},
-        {"jet_switch(1, jet_tag_date(2))", "D:2.0"},
         {"jet_switch('abc', 'a')", "error: 13: Type mismatch"},
         {"jet_switch(1, 'a', 'abc', 'b')", "'a'"}, // the scan ends at the first truth
         {"jet_switch(0, 'a', 1)", "error: 5: Invalid procedure call or argument"},
@@ -323,16 +308,12 @@ TEST_F(Functions, CuttingText) {
         {"jet_chr(65)", "'A'"},
         {"jet_chr(233)", "'é'"},
         {"jet_chr(256)", "error: 5: Invalid procedure call or argument"},
-        {"jet_chr(128)", "'€'"}, // the code page's, not Latin-1's
-        {"jet_chr(150)", "'–'"},
+        {"jet_chr(128)", "'€'"},        // the code page's, not Latin-1's
         {"jet_chr(129)", "'\xc2\x81'"}, // a code the page leaves free keeps its control
-        {"jet_chr(NULL)", "error: 94: Invalid use of Null"},
         {"jet_asc('abc')", "97"},
         {"jet_asc('€')", "128"},
         {"jet_asc('é')", "233"},
         {"jet_asc('中')", "63"}, // no character of the page: "?"
-        {"jet_asc(7)", "55"},
-        {"jet_asc(NULL)", "error: 94: Invalid use of Null"},
         {"jet_asc('')", "error: 5: Invalid procedure call or argument"},
     });
 }
@@ -340,18 +321,13 @@ TEST_F(Functions, CuttingText) {
 TEST_F(Functions, WideCharacterCodesCoverUtf16AsTheLanguagesIntegerHoldsIt) {
     expectAll({
         {"jet_chrw(8364)", "'€'"},
-        {"jet_chrw(65)", "'A'"},
         {"jet_chrw(-8192)", "'\xee\x80\x80'"}, // U+E000: -8192 + 65536
         {"jet_chrw(65535.4)", "'\xef\xbf\xbf'"},
         {"jet_chrw(65536)", "error: 5: Invalid procedure call or argument"},
         {"jet_chrw(-32769)", "error: 5: Invalid procedure call or argument"},
-        {"jet_chrw(NULL)", "error: 94: Invalid use of Null"},
         {"jet_ascw('€uro')", "8364"},
-        {"jet_ascw('a')", "97"},
         {"jet_ascw('\xef\xbf\xbf')", "-1"}, // U+FFFF is -1 as an Integer
-        {"jet_ascw(5)", "53"},
         {"jet_ascw('')", "error: 5: Invalid procedure call or argument"},
-        {"jet_ascw(NULL)", "error: 94: Invalid use of Null"},
     });
 }
 
@@ -363,17 +339,12 @@ TEST_F(Functions, StrConvChangesLetterCaseAndStrReverseTurnsTextAround) {
         {"jet_strconv('o''neil mc-coy', 3)", "'O'neil Mc-coy'"}, // only blanks part words
         {"jet_strconv('a' || char(9) || 'b' || char(13) || 'c', 3)", "'A\tB\rC'"},
         {"jet_strconv('aBc', 0)", "'aBc'"},
-        {"jet_strconv('aBc', 1, 1033)", "'ABC'"},
-        {"jet_strconv(12.5, 1)", "'12.5'"},
         {"jet_strconv(NULL, 1)", "Null"},
         {"jet_strconv('a', 4)", "error: 5: Invalid procedure call or argument"},
         {"jet_strconv('a', 64)", "error: 5: Invalid procedure call or argument"},
-        {"jet_strconv('a', 128)", "error: 5: Invalid procedure call or argument"},
-        {"jet_strconv('a', -1)", "error: 5: Invalid procedure call or argument"},
         {"jet_strconv('a', NULL)", "error: 94: Invalid use of Null"},
         {"jet_strconv('a', 1, NULL)", "error: 94: Invalid use of Null"},
         {"jet_strreverse('abc')", "'cba'"},
-        {"jet_strreverse('')", "''"},
         {"jet_strreverse(12.5)", "'5.21'"},
         {"jet_strreverse('a😀é')", "'é😀a'"}, // a pair of halves stays one character
         {"jet_strreverse(NULL)", "error: 94: Invalid use of Null"},
