@@ -66,8 +66,10 @@ private:
 
         // Built aside: binding a subquery in the list adds to the table of outputs.
         std::vector<OutputColumn> outputs;
-        for (const SelectItem& item : s.items)
-            addOutputs(item, scope, outputs);
+        std::vector<OutputOrigin> origins;
+        for (std::size_t i = 0; i < s.items.size(); ++i)
+            addOutputs(s.items[i], static_cast<int>(i), scope, outputs, origins);
+        nameSharedColumns(outputs, origins);
 
         for (const Expr* e : extras)
             if (e) bindExpr(*e, scope);
@@ -181,34 +183,45 @@ private:
         if (ref.on) bindExpr(*ref.on, scope);
     }
 
-    void addOutputs(const SelectItem& item, const Scope& scope,
-                    std::vector<OutputColumn>& outputs) {
+    // Where an output column comes from, for naming it once the list is complete.
+    struct OutputOrigin {
+        int item = 0;                  // its place in the list as written
+        bool namedAfterItself = false; // an unaliased column
+        QString source, column;
+    };
+
+    static QString unnamedExpression(int item) { return QStringLiteral("Expr%1").arg(1000 + item); }
+
+    void addOutputs(const SelectItem& item, int place, const Scope& scope,
+                    std::vector<OutputColumn>& outputs, std::vector<OutputOrigin>& origins) {
         const Expr& e = *item.expr;
         if (e.kind == ExprKind::Star) {
             expandStar(e, scope, outputs);
+            for (std::size_t i = origins.size(); i < outputs.size(); ++i)
+                origins.push_back(
+                    {place, true, outputs[i].starColumn.source, outputs[i].starColumn.column});
             return;
         }
         const SqlType type = bindExpr(e, scope);
         OutputColumn out;
         out.expr = &e;
         out.type = ColumnType{type, 0, false};
-        if (const ResolvedColumn* c = binding_.column(&e))
+        OutputOrigin origin;
+        origin.item = place;
+        if (const ResolvedColumn* c = binding_.column(&e)) {
             out.type = c->type, out.type.counter = false;
+            origin = {place, item.alias.isEmpty(), c->source, c->column};
+        }
         if (!item.alias.isEmpty())
             out.name = item.alias;
-        else if (e.kind == ExprKind::Column)
-            out.name = binding_.column(&e)->column;
         else
-            out.name = QStringLiteral("Expr%1").arg(1000 + exprCounter_++);
+            out.name = origin.namedAfterItself ? origin.column : unnamedExpression(place);
         outputs.push_back(std::move(out));
+        origins.push_back(std::move(origin));
     }
 
     void expandStar(const Expr& star, const Scope& scope, std::vector<OutputColumn>& outputs) {
         bool found = false;
-        QHash<QString, int> counts;
-        for (const Source& src : scope.sources)
-            for (const CatalogColumn& c : src.columns)
-                counts[c.name.toLower()] += 1;
         for (const Source& src : scope.sources) {
             if (!star.table.isEmpty() && src.name.compare(star.table, Qt::CaseInsensitive) != 0)
                 continue;
@@ -218,15 +231,41 @@ private:
                 out.expr = &star;
                 out.type = c.type;
                 out.type.counter = false;
-                // Where two sources share a name, each column is shown with its source's name.
-                out.name = counts[c.name.toLower()] > 1 && star.table.isEmpty()
-                               ? src.name + u'.' + c.name
-                               : c.name;
+                out.name = c.name;
                 out.starColumn = ResolvedColumn{src.name, c.name, c.type, false};
                 outputs.push_back(std::move(out));
             }
         }
         if (!found) raise(err::NoInputTable, star.table);
+    }
+
+    // An unaliased column is named after itself. Where two would share a name, the dialect tells
+    // them apart: a column shown more than once keeps its name at its last showing only, the
+    // others being named as unnamed expressions are (Expr1001 for the second item); columns of
+    // different sources that still share a name each take their source's name in front
+    // ("tblTrans.fldID", or the alias where the source has one).
+    static void nameSharedColumns(std::vector<OutputColumn>& outputs,
+                                  const std::vector<OutputOrigin>& origins) {
+        const auto qualified = [&](std::size_t i) {
+            return origins[i].source + u'.' + origins[i].column;
+        };
+        QHash<QString, std::size_t> lastShowing;
+        for (std::size_t i = 0; i < outputs.size(); ++i)
+            if (origins[i].namedAfterItself) lastShowing.insert(qualified(i).toLower(), i);
+        QHash<QString, int> sharing;
+        std::vector<bool> named(outputs.size(), false);
+        for (std::size_t i = 0; i < outputs.size(); ++i) {
+            if (!origins[i].namedAfterItself) continue;
+            if (lastShowing.value(qualified(i).toLower()) != i) {
+                outputs[i].name = unnamedExpression(origins[i].item);
+                continue;
+            }
+            named[i] = true;
+            sharing[outputs[i].name.toLower()] += 1;
+        }
+        for (std::size_t i = 0; i < outputs.size(); ++i)
+            if (named[i] && sharing.value(outputs[i].name.toLower()) > 1)
+                outputs[i].name = qualified(i);
     }
 
     SqlType typeExpr(const Expr& e, const Scope& scope) {
@@ -336,8 +375,9 @@ private:
             args.push_back(bindExpr(*a, scope));
         const DialectFunction* f = findFunction(e.name);
         if (!f) raise(err::UndefinedFunction, e.name);
+        if (e.dollar && f->dollar == DollarForm::None) raise(err::UndefinedFunction, e.name + u'$');
         checkArgumentCount(e, *f);
-        return resultType(f->result, args);
+        return e.dollar ? SqlType::Text : resultType(f->result, args);
     }
 
     static void checkArgumentCount(const Expr& e, const DialectFunction& f) {
@@ -357,19 +397,30 @@ private:
         case ResultRule::FirstArgAsNumber:
             return first == SqlType::Boolean ? SqlType::Integer : first;
         case ResultRule::Branches:
-            return branchesType(args[1], args[2]);
+            return sharedType(args, 1);
+        case ResultRule::PairedBranches:
+            return sharedType(args, 2);
         case ResultRule::CurrencyOrDouble:
             return first == SqlType::Currency ? SqlType::Currency : SqlType::Double;
         }
         return SqlType::Unknown;
     }
 
-    static SqlType branchesType(SqlType a, SqlType b) {
-        if (a == b) return a;
-        if (a == SqlType::Unknown) return b;
-        if (b == SqlType::Unknown) return a;
-        if (isNumeric(a) && isNumeric(b)) return widen(a, b);
-        return SqlType::Unknown;
+    // The type the choices (every `step`th argument from the second) share: the widest where all
+    // are numbers, none where they differ otherwise. A Null choice takes the others' type.
+    static SqlType sharedType(const std::vector<SqlType>& args, std::size_t step) {
+        std::optional<SqlType> shared;
+        for (std::size_t i = 1; i < args.size(); i += step) {
+            const SqlType t = args[i];
+            if (t == SqlType::Unknown) continue;
+            if (!shared || *shared == t)
+                shared = t;
+            else if (isNumeric(*shared) && isNumeric(t))
+                shared = widen(*shared, t);
+            else
+                return SqlType::Unknown;
+        }
+        return shared.value_or(SqlType::Unknown);
     }
 
     SqlType resolveColumn(const Expr& e, const Scope& scope) {
@@ -402,7 +453,6 @@ private:
 
     const Catalog& catalog_;
     Binding binding_;
-    int exprCounter_ = 0;
 };
 
 Binding bindSelect(const Select& select, const Catalog& catalog) {

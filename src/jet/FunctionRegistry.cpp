@@ -25,6 +25,7 @@ constexpr ResultType kInteger = fixed(SqlType::Integer);
 constexpr ResultType kBoolean = fixed(SqlType::Boolean);
 constexpr ResultType kFirstArg{ResultRule::FirstArg};
 constexpr ResultType kAsNumber{ResultRule::FirstArgAsNumber};
+constexpr ResultType kPairedBranches{ResultRule::PairedBranches};
 
 constexpr SqliteHow body(SqliteScalar scalar) {
     return {.scalar = scalar};
@@ -39,45 +40,60 @@ constexpr SqliteHow aggregateBody(SqliteScalar step, SqliteFinal final) {
     return {.step = step, .final = final};
 }
 
+// The "$" form of a clock function has its own body.
+constexpr SqliteHow clockBody(SqliteScalar scalar, SqliteScalar dollar) {
+    return {.scalar = scalar, .dollar = dollar, .deterministic = false};
+}
+
 constexpr SqliteHow kNative{.form = SqliteForm::Native};
 constexpr SqliteHow kNativeCollated{.form = SqliteForm::NativeCollated};
 
 using vb::Interval;
+using enum DollarForm;
+
+// SQLite's bound on the arguments of one call, which Choose and Switch take as many of as given.
+constexpr int kMostArguments = 127;
 
 const DialectFunction kFunctions[] = {
     {"cdate", 1, 1, Scalar, kDate, body(valueFunction<fnCDate>)},
     {"cvdate", 1, 1, Scalar, kDate, body(valueFunction<fnCVDate>)},
+    {"cvar", 1, 1, Scalar, kFirstArg, body(directFunction<fnCVar>)},
     {"cdbl", 1, 1, Scalar, kDouble, body(valueFunction<convertedTo<vb::cdbl>>)},
     {"csng", 1, 1, Scalar, fixed(SqlType::Single), body(valueFunction<convertedTo<vb::csng>>)},
     {"clng", 1, 1, Scalar, kLong, body(valueFunction<convertedTo<vb::clng>>)},
     {"cint", 1, 1, Scalar, kInteger, body(valueFunction<convertedTo<vb::cint>>)},
+    {"cbyte", 1, 1, Scalar, fixed(SqlType::Byte), body(valueFunction<convertedTo<cbyte>>)},
     {"ccur", 1, 1, Scalar, fixed(SqlType::Currency), body(valueFunction<convertedTo<vb::ccur>>)},
     {"cstr", 1, 1, Scalar, kText, body(valueFunction<convertedTo<vb::cstr>>)},
     {"cbool", 1, 1, Scalar, kBoolean, body(valueFunction<convertedTo<vb::cbool>>)},
-    {"format", 1, 4, Scalar, kText, body(directFunction<fnFormat>)},
+    {"format", 1, 4, Scalar, kText, body(directFunction<fnFormat>), NullBlank},
     {"formatnumber", 1, 5, Scalar, kText, body(valueFunction<fnFormatAmount<vb::formatNumber>>)},
     {"formatcurrency", 1, 5, Scalar, kText,
      body(valueFunction<fnFormatAmount<vb::formatCurrency>>)},
     {"formatpercent", 1, 5, Scalar, kText, body(valueFunction<fnFormatAmount<vb::formatPercent>>)},
     {"formatdatetime", 1, 2, Scalar, kText, body(valueFunction<fnFormatDateTime>)},
 
-    {"ucase", 1, 1, Scalar, kText, body(directFunction<changeCase<true>>)},
-    {"lcase", 1, 1, Scalar, kText, body(directFunction<changeCase<false>>)},
-    {"left", 2, 2, Scalar, kText, body(directFunction<fnLeft>)},
-    {"right", 2, 2, Scalar, kText, body(directFunction<fnRight>)},
-    {"mid", 2, 3, Scalar, kText, body(directFunction<fnMid>)},
+    {"ucase", 1, 1, Scalar, kText, body(directFunction<changeCase<true>>), NullRaises},
+    {"lcase", 1, 1, Scalar, kText, body(directFunction<changeCase<false>>), NullRaises},
+    {"left", 2, 2, Scalar, kText, body(directFunction<fnLeft>), NullRaises},
+    {"right", 2, 2, Scalar, kText, body(directFunction<fnRight>), NullRaises},
+    {"mid", 2, 3, Scalar, kText, body(directFunction<fnMid>), NullRaises},
     {"len", 1, 1, Scalar, kLong, body(valueFunction<fnLen>)},
-    {"trim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, true>>)},
-    {"ltrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, false>>)},
-    {"rtrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<false, true>>)},
+    {"trim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, true>>), NullRaises},
+    {"ltrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, false>>), NullRaises},
+    {"rtrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<false, true>>), NullRaises},
     {"instr", 2, 4, Scalar, kLong, body(valueFunction<fnInStr>)},
     {"instrrev", 2, 4, Scalar, kLong, body(valueFunction<fnInStrRev>)},
-    {"chr", 1, 1, Scalar, kText, body(valueFunction<fnChr>)},
-    {"asc", 1, 1, Scalar, kLong, body(valueFunction<fnAsc>)},
+    {"chr", 1, 1, Scalar, kText, body(valueFunction<fnChr>), NullRaises},
+    {"asc", 1, 1, Scalar, kInteger, body(valueFunction<fnAsc>)},
+    {"chrw", 1, 1, Scalar, kText, body(valueFunction<fnChrW>), NullRaises},
+    {"ascw", 1, 1, Scalar, kInteger, body(valueFunction<fnAscW>)},
     {"replace", 3, 6, Scalar, kText, body(valueFunction<fnReplace>)},
-    {"space", 1, 1, Scalar, kText, body(directFunction<fnSpace>)},
-    {"string", 2, 2, Scalar, kText, body(valueFunction<fnString>)},
+    {"space", 1, 1, Scalar, kText, body(directFunction<fnSpace>), NullRaises},
+    {"string", 2, 2, Scalar, kText, body(valueFunction<fnString>), NullRaises},
     {"strcomp", 2, 3, Scalar, kInteger, body(valueFunction<fnStrComp>)},
+    {"strconv", 2, 3, Scalar, kText, body(valueFunction<fnStrConv>)},
+    {"strreverse", 1, 1, Scalar, kText, body(valueFunction<fnStrReverse>)},
 
     {"abs", 1, 1, Scalar, kAsNumber, body(valueFunction<fnAbs>)},
     {"int", 1, 1, Scalar, kAsNumber, body(valueFunction<fnWholePart<true>>)},
@@ -91,21 +107,27 @@ const DialectFunction kFunctions[] = {
     {"sin", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<sine>>)},
     {"cos", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<cosine>>)},
     {"tan", 1, 1, Scalar, kDouble, body(valueFunction<fnMath<tangent>>)},
-    {"hex", 1, 1, Scalar, kText, body(valueFunction<fnRadix<16>>)},
-    {"oct", 1, 1, Scalar, kText, body(valueFunction<fnRadix<8>>)},
+    {"hex", 1, 1, Scalar, kText, body(valueFunction<fnRadix<16>>), NullRaises},
+    {"oct", 1, 1, Scalar, kText, body(valueFunction<fnRadix<8>>), NullRaises},
     {"val", 1, 1, Scalar, kDouble, body(valueFunction<fnVal>)},
-    {"str", 1, 1, Scalar, kText, body(valueFunction<fnStr>)},
+    {"str", 1, 1, Scalar, kText, body(valueFunction<fnStr>), NullRaises},
+    {"partition", 4, 4, Scalar, kText, body(valueFunction<fnPartition>)},
 
     {"iif", 3, 3, Scalar, {ResultRule::Branches}, body(directFunction<fnIif>)},
+    {"choose", 2, kMostArguments, Scalar, {ResultRule::Branches}, body(directFunction<fnChoose>)},
+    {"switch", 2, kMostArguments - 1, Scalar, kPairedBranches, body(directFunction<fnSwitch>)},
     {"nz", 1, 2, Scalar, kAsNumber, body(directFunction<fnNz>)},
     {"isnull", 1, 1, Scalar, kBoolean, body(directFunction<fnIsNull>)},
     {"isnumeric", 1, 1, Scalar, kBoolean, body(directFunction<fnIsNumeric>)},
     {"isdate", 1, 1, Scalar, kBoolean, body(directFunction<fnIsDate>)},
     {"isempty", 1, 1, Scalar, kBoolean, body(directFunction<fnIsEmpty>)},
 
-    {"date", 0, 0, Scalar, kDate, clockBody(valueFunction<fnToday>)},
-    {"time", 0, 0, Scalar, kDate, clockBody(valueFunction<fnTimeOfDay>)},
+    {"date", 0, 0, Scalar, kDate, clockBody(valueFunction<fnToday>, valueFunction<fnTodayText>),
+     Own},
+    {"time", 0, 0, Scalar, kDate,
+     clockBody(valueFunction<fnTimeOfDay>, valueFunction<fnTimeOfDayText>), Own},
     {"now", 0, 0, Scalar, kDate, clockBody(valueFunction<fnNow>)},
+    {"timer", 0, 0, Scalar, fixed(SqlType::Single), clockBody(valueFunction<fnTimer>)},
     {"datevalue", 1, 1, Scalar, kDate, body(valueFunction<fnDateOrTimeValue<vb::dateValue>>)},
     {"timevalue", 1, 1, Scalar, kDate, body(valueFunction<fnDateOrTimeValue<vb::timeValue>>)},
     {"dateserial", 3, 3, Scalar, kDate, body(valueFunction<fnDateSerial>)},
@@ -160,6 +182,10 @@ bool isAggregateFunction(QStringView name) {
 QString sqliteName(const DialectFunction& f) {
     const QString name = QString::fromLatin1(f.name);
     return f.sqlite.form == SqliteForm::Body ? u"jet_"_s + name : name;
+}
+
+QString sqliteDollarName(const DialectFunction& f) {
+    return u"jet_"_s + QString::fromLatin1(f.name) + u'$';
 }
 
 const DialectFunction* formattedDatePart(QStringView outer, QStringView inner,

@@ -27,7 +27,10 @@ enum class ResultRule {
     Fixed,            // always the entry's type
     FirstArg,         // the first argument's type (min, max, first, last)
     FirstArgAsNumber, // the first argument's, a Boolean becoming an Integer (abs, round, nz)
-    Branches,         // IIf: the type both choices share, the wider of two numbers, else none
+    // IIf and Choose: the type every choice (each argument after the first) shares, the widest
+    // of numbers, else none
+    Branches,
+    PairedBranches,   // Switch: the same over its values, every second argument
     CurrencyOrDouble, // Sum and Avg: Currency stays Currency, anything else gives a Double
 };
 
@@ -45,9 +48,18 @@ enum class SqliteForm {
     NativeCollated, // the same, comparing texts under the jet_text collation (min, max)
 };
 
+// The "$" form of a function (Left$, Format$, Date$) always gives text.
+enum class DollarForm {
+    None,       // there is none: Abs$ is an unknown function
+    NullRaises, // the Variant form's text, where its Null raises 94 (Str$(Null))
+    NullBlank,  // the Variant form's text, where its Null gives "" (Format$)
+    Own,        // a body of its own, as Date$ and Time$ give text where Date and Time give dates
+};
+
 struct SqliteHow {
     SqliteForm form = SqliteForm::Body;
     SqliteScalar scalar = nullptr; // a scalar body
+    SqliteScalar dollar = nullptr; // the "$" form's body, for DollarForm::Own
     SqliteScalar step = nullptr;   // an aggregate body, with final
     SqliteFinal final = nullptr;
     bool deterministic = true;
@@ -63,6 +75,7 @@ struct DialectFunction {
     FunctionKind kind;
     ResultType result;
     SqliteHow sqlite;
+    DollarForm dollar = DollarForm::None;
     PostgresHow postgres = {};
 
     bool isAggregate() const { return kind != FunctionKind::Scalar; }
@@ -77,6 +90,8 @@ bool isAggregateFunction(QStringView name);
 
 // The name SQLite knows a function by: jet_<name> for a body, the dialect's name for a native.
 QString sqliteName(const DialectFunction& f);
+// The name of the "$" form's own body (DollarForm::Own): jet_<name>$.
+QString sqliteDollarName(const DialectFunction& f);
 
 // CDate(Format(d, "yyyy/mm/dd")) and CDate(Format(d, "HH:nn:ss")), the client's way of cutting a
 // moment into its day and its time of day, are DateValue(d) and TimeValue(d). Given the outer

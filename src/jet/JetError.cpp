@@ -49,6 +49,8 @@ QString errorMessage(int number, const QString& subject) {
         return QStringLiteral("Syntax error in CREATE TABLE statement.");
     case err::DropSyntax:
         return QStringLiteral("Syntax error in DROP TABLE or DROP INDEX.");
+    case err::FieldDefinedTwice:
+        return QStringLiteral("Cannot define field more than once.");
     case err::TableExists:
         return QStringLiteral("Table '%1' already exists.").arg(subject);
     case err::NoSuchTable:

@@ -28,6 +28,7 @@ constexpr int DataTypeMismatch = 3464;
 constexpr int CreateTableSyntax = 3290;
 constexpr int DropSyntax = 3295;
 constexpr int TableExists = 3010;
+constexpr int FieldDefinedTwice = 3191; // SELECT ... INTO whose columns share a name
 constexpr int NoSuchTable = 3376;
 constexpr int TooComplex = 3360; // nested, deep or large beyond the parser's limits
 constexpr int Syntax = 3000;     // anything else the parser refuses

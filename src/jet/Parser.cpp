@@ -174,6 +174,7 @@ private:
     Statement insert();
     Statement update();
     Statement deleteStatement();
+    void deletedColumn();
     Statement createTable();
     Statement createIndex();
     Statement dropTable();
@@ -609,19 +610,28 @@ ExprPtr Parser::assignedColumn() {
     return column;
 }
 
-// DELETE [* | table.*] FROM table [WHERE ...]
+// DELETE [DISTINCTROW] [list] FROM table [WHERE ...]. The dialect deletes whole rows, so the list
+// (*, table.*, or the columns its query designer shows: table.a, table.b) is read and passed over.
 Statement Parser::deleteStatement() {
     ++pos_;
-    if (!acceptSymbol(u"*") && atName()) {
-        name();
-        expectSymbol(u".");
-        expectSymbol(u"*");
+    acceptWord(u"DISTINCTROW");
+    if (!atWord(u"FROM")) {
+        do
+            deletedColumn();
+        while (acceptSymbol(u","));
     }
     expectWord(u"FROM");
     Delete d;
     d.table = name();
     if (acceptWord(u"WHERE")) d.where = clauseExpression();
     return d;
+}
+
+// *, table.*, table.column or column.
+void Parser::deletedColumn() {
+    if (acceptSymbol(u"*")) return;
+    name();
+    if (acceptSymbol(u".") && !acceptSymbol(u"*")) qualifiedPart();
 }
 
 Statement Parser::createTable() {

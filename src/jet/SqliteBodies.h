@@ -9,14 +9,17 @@
 #include "jet/JetLike.h"
 #include "jet/SqliteCall.h"
 #include "jet/Storage.h"
+#include "vb/Cp1252.h"
 #include "vb/DateTime.h"
 #include "vb/Format.h"
 #include "vb/Regional.h"
 
+#include <QTime>
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 namespace jet::sqlite {
 
@@ -125,6 +128,11 @@ inline Variant fnCVDate(const Call& c) {
     return vb::cvdate(c.value(0));
 }
 
+// CVar hands its argument back as it is, Null included.
+inline void fnCVar(const Call& c) {
+    c.resultArgument(0);
+}
+
 // Format and Format$. A Date with a pattern, the grid-and-report case, skips the Variant.
 inline void fnFormat(const Call& c) {
     if (c.count() == 2 && c.isTagged(0, storage::kSubtypeDate) && c.type(1) == SQLITE_TEXT) {
@@ -216,6 +224,62 @@ template <bool Left, bool Right> void trimBlanks(const Call& c) {
     while (Right && end > begin && text.isSpaceAt(end - 1))
         --end;
     text.resultSlice(c.context(), begin, end - begin);
+}
+
+// StrReverse: Null raises 94. A character past the basic plane keeps its two halves in order, so
+// the text stays valid when it is stored.
+inline Variant fnStrReverse(const Call& c) {
+    const QString text = textArg(c, 0);
+    QString reversed;
+    reversed.reserve(text.size());
+    for (qsizetype end = text.size(); end > 0;) {
+        const bool pair =
+            end >= 2 && text[end - 1].isLowSurrogate() && text[end - 2].isHighSurrogate();
+        const qsizetype width = pair ? 2 : 1;
+        end -= width;
+        reversed += QStringView(text).mid(end, width);
+    }
+    return Variant(reversed);
+}
+
+// The characters StrConv's proper case starts a word after: blanks and control codes 0 and 9-13.
+inline bool separatesWords(QChar ch) {
+    const char16_t code = ch.unicode();
+    return code == u' ' || code == 0 || (code >= 9 && code <= 13);
+}
+
+inline QString properCase(const QString& text) {
+    QString out = text.toLower();
+    bool wordStart = true;
+    for (QChar& ch : out) {
+        if (wordStart) ch = ch.toUpper();
+        wordStart = separatesWords(ch);
+    }
+    return out;
+}
+
+// StrConv(string, conversion[, LCID]) does the case conversions the conversion adds up to: 1
+// upper case, 2 lower case, 3 proper case (each word's first letter upper, the rest lower), 0
+// none. The language's other conversions raise 5 here: those between character widths and
+// scripts are East Asian (the language raises 5 under other regional settings), and those to
+// and from byte strings give bytes, which no query column holds. The locale must be a number but
+// is not used: the regional forms decide letter case.
+inline Variant fnStrConv(const Call& c) {
+    const std::int32_t conversion = longArg(c, 1);
+    if (c.has(2)) longArg(c, 2);
+    if (conversion < 0 || conversion > 3) vb::raise(vb::err::InvalidProcedureCall);
+    if (c.isNull(0)) return Variant::null();
+    const QString text = textArg(c, 0);
+    switch (conversion) {
+    case 1:
+        return Variant(text.toUpper());
+    case 2:
+        return Variant(text.toLower());
+    case 3:
+        return Variant(properCase(text));
+    default:
+        return Variant(text);
+    }
 }
 
 // Where needle starts in haystack at or after `from`, or -1.
@@ -500,17 +564,34 @@ template <int Base> Variant fnRadix(const Call& c) {
     return Variant(QString::number(bits, Base).toUpper());
 }
 
-// Chr takes character codes 0 to 255 (read as Latin-1); Asc gives the first character's code.
+// Chr and Asc read character codes 0 to 255 in the code page of the language's regional settings
+// (Windows-1252, so Chr(128) is the euro sign); Asc gives the first character's code, 63 ("?")
+// for a character the code page lacks.
 inline Variant fnChr(const Call& c) {
     const std::int32_t code = longArg(c, 0);
     if (code < 0 || code > 255) vb::raise(vb::err::InvalidProcedureCall);
-    return Variant(QString(QChar(static_cast<char16_t>(code))));
+    return Variant(QString(vb::fromCp1252(static_cast<std::uint8_t>(code))));
 }
 
 inline Variant fnAsc(const Call& c) {
     const QString text = textArg(c, 0);
     if (text.isEmpty()) vb::raise(vb::err::InvalidProcedureCall);
-    return Variant(static_cast<std::int32_t>(text.front().unicode()));
+    return Variant(static_cast<std::int16_t>(vb::toCp1252(text.front())));
+}
+
+// ChrW takes UTF-16 codes from -32768 to 65535, a negative code standing for the code + 65536.
+inline Variant fnChrW(const Call& c) {
+    const std::int32_t code = longArg(c, 0);
+    if (code < -32768 || code > 65535) vb::raise(vb::err::InvalidProcedureCall);
+    return Variant(QString(QChar(static_cast<char16_t>(code))));
+}
+
+// AscW gives the first character's UTF-16 code as the language's Integer holds it: codes past
+// 32767 come out negative.
+inline Variant fnAscW(const Call& c) {
+    const QString text = textArg(c, 0);
+    if (text.isEmpty()) vb::raise(vb::err::InvalidProcedureCall);
+    return Variant(static_cast<std::int16_t>(text.front().unicode()));
 }
 
 inline Variant fnVal(const Call& c) {
@@ -520,6 +601,35 @@ inline Variant fnVal(const Call& c) {
 inline Variant fnStr(const Call& c) {
     if (c.isNull(0)) return Variant::null();
     return Variant(vb::str(c.value(0)));
+}
+
+// Partition(number, start, stop, interval): the range of the series from start to stop in steps
+// of interval that holds number, as "lower:upper". Each side is padded with blanks to the width
+// of stop plus one, so that the texts sort as their ranges do; before start the lower side is
+// blank, past stop the upper. Every part is rounded as CLng rounds it, and Null in any gives
+// Null. An interval of 1 gives number:number wherever the number lies.
+inline Variant fnPartition(const Call& c) {
+    for (int i = 0; i < 4; ++i)
+        if (c.isNull(i)) return Variant::null();
+    const std::int64_t number = longArg(c, 0), start = longArg(c, 1), stop = longArg(c, 2),
+                       interval = longArg(c, 3);
+    if (start < 0 || stop <= start || interval < 1) vb::raise(vb::err::InvalidProcedureCall);
+    std::optional<std::int64_t> lower, upper;
+    if (interval == 1) {
+        lower = upper = number;
+    } else if (number < start) {
+        upper = start - 1;
+    } else if (number > stop) {
+        lower = stop + 1;
+    } else {
+        lower = start + (number - start) / interval * interval;
+        upper = std::min(stop, *lower + interval - 1);
+    }
+    const qsizetype width = QString::number(stop).size() + 1;
+    const auto side = [&](std::optional<std::int64_t> n) {
+        return (n ? QString::number(*n) : QString()).rightJustified(width, u' ');
+    };
+    return Variant(side(lower) + u':' + side(upper));
 }
 
 // ---- tests and choices ----
@@ -541,11 +651,32 @@ inline void fnIsEmpty(const Call& c) {
     resultBoolean(c.context(), false);
 }
 
-// IIf: the condition is read as the language reads a truth, so text that is none raises 13, and
-// Null counts as false. As with the language's IIf, both choices are worked out before the call.
+// A condition of IIf or Switch, read as the language reads a truth: text that is none raises 13,
+// and Null counts as false.
+inline bool conditionArg(const Call& c, int i) {
+    return !c.isNull(i) && vb::cbool(c.value(i));
+}
+
+// As with the language's IIf, Choose and Switch, every choice is worked out before the call.
 inline void fnIif(const Call& c) {
-    const bool chosen = !c.isNull(0) && vb::cbool(c.value(0));
-    c.resultArgument(chosen ? 1 : 2);
+    c.resultArgument(conditionArg(c, 0) ? 1 : 2);
+}
+
+// Choose(index, choice-1, ...): the index is rounded as CInt rounds it (Null raises 94); one
+// past either end gives Null.
+inline void fnChoose(const Call& c) {
+    const std::int16_t index = vb::cint(c.value(0));
+    if (index < 1 || index >= c.count()) return c.resultNull();
+    c.resultArgument(index);
+}
+
+// Switch(expr-1, value-1, ...): the value after the first condition that is true, Null when none
+// is. Arguments that do not pair up raise 5.
+inline void fnSwitch(const Call& c) {
+    if (c.count() % 2 != 0) vb::raise(vb::err::InvalidProcedureCall);
+    for (int i = 0; i < c.count(); i += 2)
+        if (conditionArg(c, i)) return c.resultArgument(i + 1);
+    c.resultNull();
 }
 
 // Nz(value[, valueIfNull]): without a replacement, Null becomes the empty text.
@@ -621,6 +752,23 @@ inline Variant fnToday(const Call&) {
 
 inline Variant fnTimeOfDay(const Call&) {
     return Variant::date(vb::joinSerial(0, vb::splitSerial(vb::now()).second));
+}
+
+// Date$ and Time$ write the moment in fixed forms, whatever the regional settings.
+inline Variant fnTodayText(const Call&) {
+    const vb::DateParts d = vb::splitDate(vb::now());
+    return Variant(QString::asprintf("%02d-%02d-%04d", d.month, d.day, d.year));
+}
+
+inline Variant fnTimeOfDayText(const Call&) {
+    const vb::DateParts d = vb::splitDate(vb::now());
+    return Variant(QString::asprintf("%02d:%02d:%02d", d.hour, d.minute, d.second));
+}
+
+// Timer: the seconds since midnight, to the hundredth, as a Single.
+inline Variant fnTimer(const Call&) {
+    const int hundredths = QTime::currentTime().msecsSinceStartOfDay() / 10;
+    return Variant(static_cast<float>(hundredths) / 100.0f);
 }
 
 // WeekdayName(weekday[, abbreviate[, firstdayofweek]]): weekday counts from firstdayofweek,

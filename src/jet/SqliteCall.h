@@ -165,4 +165,11 @@ inline QString textArg(const Call& c, int i) {
     return vb::cstr(c.value(i));
 }
 
+// The language's CByte, which the value runtime has no Byte for: CInt's rounding, then 0 to 255.
+inline std::int16_t cbyte(const Variant& v) {
+    const std::int16_t n = vb::cint(v);
+    if (n < 0 || n > 255) vb::raise(vb::err::Overflow);
+    return n;
+}
+
 } // namespace jet::sqlite

@@ -57,6 +57,12 @@ void fnLike(const Call& c) {
     resultBoolean(c.context(), matched);
 }
 
+// The "$" form of a function whose Variant form may give Null: its text, where Null raises 94.
+void fnDollar(const Call& c) {
+    if (c.isNull(0)) vb::raise(vb::err::InvalidUseOfNull);
+    c.resultArgument(0);
+}
+
 // A value bound for a Yes/No column: -1 or 0.
 void fnBool(const Call& c) {
     if (c.isNull(0)) return c.resultNull();
@@ -95,13 +101,6 @@ bool wholeTenThousandths(sqlite3_value* value) {
     if (!numberNotDate(value)) return false;
     const double scaled = sqlite3_value_double(value) * vb::Currency::kScale;
     return std::fabs(scaled) < kCurrencyLimit && scaled == std::nearbyint(scaled);
-}
-
-// The language's CByte: CInt's rounding, then 0 to 255.
-std::int16_t cbyte(const Variant& v) {
-    const std::int16_t n = vb::cint(v);
-    if (n < 0 || n > 255) vb::raise(vb::err::Overflow);
-    return n;
 }
 
 double linearDate(const Variant& v) {
@@ -199,6 +198,7 @@ const Helper kHelpers[] = {
     {"jet_pow", 2, valueFunction<fnOperator<vb::power>>},
     {"jet_like", 2, directFunction<fnLike>},
     {"jet_bool", 1, directFunction<fnBool>},
+    {"jet_dollar", 1, directFunction<fnDollar>},
 
     {"jet_to_byte", 1, directFunction<fnStore<wholeWithin<0, 255>, cbyte>>},
     {"jet_to_short", 1,
@@ -240,14 +240,24 @@ void registerFunction(sqlite3* db, const QByteArray& name, int args, const Sqlit
           name);
 }
 
+// A body under its name for every argument count the function takes.
+void registerEveryCount(sqlite3* db, const QString& name, const DialectFunction& f,
+                        const SqliteHow& how) {
+    const QByteArray utf8 = name.toUtf8();
+    for (int n = f.minArgs; n <= f.maxArgs; ++n)
+        registerFunction(db, utf8, n, how);
+}
+
 } // namespace
 
 void registerDialectFunctions(sqlite3* db) {
     for (const DialectFunction& f : dialectFunctions()) {
         if (f.sqlite.form != SqliteForm::Body) continue;
-        const QByteArray name = sqliteName(f).toUtf8();
-        for (int n = f.minArgs; n <= f.maxArgs; ++n)
-            registerFunction(db, name, n, f.sqlite);
+        registerEveryCount(db, sqliteName(f), f, f.sqlite);
+        if (f.dollar == DollarForm::Own)
+            registerEveryCount(
+                db, sqliteDollarName(f), f,
+                {.scalar = f.sqlite.dollar, .deterministic = f.sqlite.deterministic});
     }
     for (const Helper& h : kHelpers)
         registerFunction(db, h.name, h.args, SqliteHow{.scalar = h.function});

@@ -5,6 +5,8 @@
 #include "jet/Storage.h"
 #include "vb/Convert.h"
 
+#include <QSet>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace jet {
@@ -394,7 +396,19 @@ QString SqliteGenerator::function(const Expr& e) const {
     QStringList args;
     for (const ExprPtr& a : e.args)
         args << argument(*a);
-    return sqliteName(*f) + u'(' + args.join(u", "_s) + u')' + filter;
+    const QString arguments = u'(' + args.join(u", "_s) + u')';
+    if (!e.dollar) return sqliteName(*f) + arguments + filter;
+    switch (f->dollar) {
+    case DollarForm::NullRaises:
+        return u"jet_dollar("_s + sqliteName(*f) + arguments + u')';
+    case DollarForm::NullBlank:
+        return u"coalesce("_s + sqliteName(*f) + arguments + u", '')"_s;
+    case DollarForm::Own:
+        return sqliteDollarName(*f) + arguments;
+    case DollarForm::None:
+        break;
+    }
+    raise(err::UndefinedFunction, e.name + u'$');
 }
 
 QString SqliteGenerator::tableRef(const TableRef& ref) const {
@@ -582,7 +596,12 @@ QStringList SqliteGenerator::selectInto(const Select& s) const {
     if (catalog_.table(s.into)) raise(err::TableExists, s.into);
     QStringList columns, names;
     std::vector<ColumnType> types;
+    QSet<QString> seen;
     for (const OutputColumn& out : binding_.outputs(&s)) {
+        // Names that differ only in letter case are one column's name to the dialect.
+        const QString folded = out.name.toLower();
+        if (seen.contains(folded)) raise(err::FieldDefinedTwice);
+        seen.insert(folded);
         ColumnType type = out.type;
         type.counter = false;
         columns << quoted(out.name) + u' ' + sqliteDeclaration(type);

@@ -1,7 +1,7 @@
 #include "settings/IniEdit.h"
 
-#include "settings/Cp1252.h"
 #include "settings/FileReplacement.h"
+#include "vb/Cp1252.h"
 
 #include <QDir>
 #include <QFile>
@@ -20,7 +20,7 @@ namespace {
 QString decodeSettings(const QByteArray& bytes) {
     QStringDecoder utf8(QStringDecoder::Utf8);
     QString text = utf8.decode(bytes);
-    return utf8.hasError() ? decodeCp1252(bytes) : text;
+    return utf8.hasError() ? vb::decodeCp1252(bytes) : text;
 }
 
 } // namespace

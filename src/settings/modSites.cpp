@@ -1,8 +1,8 @@
 #include "settings/modSites.h"
 
-#include "settings/Cp1252.h"
 #include "settings/modIni.h"
 #include "vb/Convert.h"
+#include "vb/Cp1252.h"
 
 #include <algorithm>
 #include <limits>
@@ -136,21 +136,21 @@ QString fncXorCipher(const QString& text, const QString& key) {
     if (key.isEmpty()) vb::raise(vb::err::DivisionByZero);
     QString result(text.size(), QChar());
     for (qsizetype i = 0; i < text.size(); ++i)
-        result[i] = fromCp1252(toCp1252(text[i]) ^ toCp1252(key[i % key.size()]));
+        result[i] = vb::fromCp1252(vb::toCp1252(text[i]) ^ vb::toCp1252(key[i % key.size()]));
     return result;
 }
 
 QString fncEncryptPassword(const QString& plain, const QString& key) {
     QString hex;
     for (const QChar c : fncXorCipher(plain, key))
-        hex += u"%1"_s.arg(toCp1252(c), 2, 16, QChar(u'0')).toUpper();
+        hex += u"%1"_s.arg(vb::toCp1252(c), 2, 16, QChar(u'0')).toUpper();
     return hex;
 }
 
 QString fncDecryptPassword(const QString& hex, const QString& key) {
     QString collected;
     for (qsizetype i = 0; i < hex.size(); i += 2)
-        collected += fromCp1252(static_cast<std::uint8_t>(fncHexToDec(hex.mid(i, 2)).toInt()));
+        collected += vb::fromCp1252(static_cast<std::uint8_t>(fncHexToDec(hex.mid(i, 2)).toInt()));
     return fncXorCipher(collected, key);
 }
 

@@ -166,6 +166,99 @@ TEST_F(SiteDatabase, SelectIntoKeepsTypesAndSessionTablesArePrivate) {
     EXPECT_EQ(errorOf([&] { db_->execute(u"DROP TABLE tblTemp3"_s); }), 3376);
 }
 
+namespace {
+
+QStringList fieldNames(const rs::Recordset& rs) {
+    QStringList names;
+    for (int i = 0; i < rs.fieldCount(); ++i)
+        names << rs.field(i).name();
+    return names;
+}
+
+} // namespace
+
+TEST_F(SiteDatabase, OutputColumnsThatShareANameAreToldApartAsTheDialectNamesThem) {
+    db_->execute(u"INSERT INTO tbltransdescs (fldtransdesc) VALUES ('MILK')"_s);
+    struct Case {
+        const char* text;
+        QStringList names;
+    } cases[] = {
+        // Columns of different sources take the source's name, or its alias.
+        {"select tblTrans.fldTransDesc, tbltransdescs.fldtransdesc from tblTrans, tbltransdescs",
+         {u"tblTrans.fldTransDesc"_s, u"tbltransdescs.fldtransdesc"_s}},
+        {"select t.fldTransDesc, d.fldtransdesc, fldTransQty from tblTrans t, tbltransdescs as d",
+         {u"t.fldTransDesc"_s, u"d.fldtransdesc"_s, u"fldTransQty"_s}},
+        // A column shown again keeps its name at its last showing; the others are numbered by
+        // their place in the list, as unnamed expressions are.
+        {"select fldtransregnum, fldTransQty, tblTrans.fldtransregnum, fldtransregnum from "
+         "tblTrans",
+         {u"Expr1000"_s, u"fldTransQty"_s, u"Expr1002"_s, u"fldtransregnum"_s}},
+        {"select fldTransQty, count(*), sum(fldTransQty) from tblTrans group by fldTransQty",
+         {u"fldTransQty"_s, u"Expr1001"_s, u"Expr1002"_s}},
+        {"select (select max(fldTransQty) from tblTrans), 2 from tblActors",
+         {u"Expr1000"_s, u"Expr1001"_s}},
+        {"select fldTransQty as [fldtransregnum], fldTransDesc from tblTrans",
+         {u"fldtransregnum"_s, u"fldTransDesc"_s}},
+        // * over sources that share a name, written bare or per source.
+        {"select * from tbltransdescs inner join tblActors on tbltransdescs.fldtransdesc = "
+         "tblActors.fldActorCode",
+         {u"fldtransdesc"_s, u"idfActorID"_s, u"fldActorCode"_s, u"fldActorlName"_s,
+          u"fldActorfName"_s}},
+        {"select d.*, t.fldTransDesc from tbltransdescs d inner join tblTrans t on "
+         "d.fldtransdesc = t.fldTransDesc",
+         {u"d.fldtransdesc"_s, u"t.fldTransDesc"_s}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        EXPECT_EQ(fieldNames(*query(QString::fromUtf8(c.text))), c.names);
+    }
+    const QStringList joined = fieldNames(
+        *query(u"select * from tblTrans inner join tbltransdescs on tblTrans.fldTransDesc = "
+               "tbltransdescs.fldtransdesc"_s));
+    EXPECT_TRUE(joined.contains(u"tblTrans.fldTransDesc"_s)) << joined.join(u' ').toStdString();
+    EXPECT_TRUE(joined.contains(u"tbltransdescs.fldtransdesc"_s));
+    EXPECT_TRUE(joined.contains(u"fldTransTime"_s));
+}
+
+TEST_F(SiteDatabase, SelectIntoKeepsTheNamesThatTellSharedColumnsApart) {
+    db_->execute(u"INSERT INTO tbltransdescs (fldtransdesc) VALUES ('MILK')"_s);
+    db_->execute(u"SELECT tblTrans.fldTransDesc, tbltransdescs.fldtransdesc, fldTransPrice * 2 "
+                 "INTO tblTemp5 FROM tblTrans INNER JOIN tbltransdescs ON tblTrans.fldTransDesc = "
+                 "tbltransdescs.fldtransdesc"_s);
+    auto rs = query(u"select * from tblTemp5"_s);
+    EXPECT_EQ(fieldNames(*rs), (QStringList{u"tblTrans.fldTransDesc"_s,
+                                            u"tbltransdescs.fldtransdesc"_s, u"Expr1002"_s}));
+    ASSERT_EQ(rs->recordCount(), 1u);
+    EXPECT_EQ(rs->field(u"tbltransdescs.fldtransdesc").value(), vb::Variant(u"MILK"_s));
+    EXPECT_EQ(rs->field(u"Expr1002").value(), vb::Variant(vb::Currency{22000}));
+    // Names the query gives twice cannot both be a table's.
+    EXPECT_EQ(errorOf([&] {
+                  db_->execute(u"SELECT fldTransQty AS a, fldTransDesc AS A INTO tblTemp6 FROM "
+                               "tblTrans"_s);
+              }),
+              jet::err::FieldDefinedTwice);
+    EXPECT_EQ(errorOf([&] { query(u"select * from tblTemp6"_s); }), jet::err::NoInputTable);
+}
+
+TEST_F(SiteDatabase, DeleteWithTheDesignersColumnListDeletesWholeRows) {
+    EXPECT_EQ(db_->execute(u"DELETE tblTrans.fldTransDesc, tblTrans.fldTransPrice FROM tblTrans "
+                           "WHERE tblTrans.fldtransregnum = 12"_s),
+              2);
+    EXPECT_EQ(db_->execute(u"DELETE DISTINCTROW tblTrans.*, tblTrans.fldTransDesc FROM tblTrans "
+                           "WHERE tblTrans.fldTransDesc = 'orphan'"_s),
+              1);
+    auto rs = query(u"select fldTransDesc from tblTrans order by idftransid"_s);
+    ASSERT_EQ(rs->recordCount(), 2u);
+    EXPECT_EQ(rs->field(0).value(), vb::Variant(u"CIGARETTES"_s));
+    EXPECT_EQ(db_->execute(u"DELETE tblActors.* FROM tblActors"_s), 2);
+    EXPECT_EQ(query(u"select count(*) from tblActors"_s)->field(0).value(), vb::Variant(0));
+    // The list is passed over, names and all; the condition is still bound.
+    EXPECT_EQ(errorOf([&] {
+                  db_->execute(u"DELETE lkpActions.fldNope FROM lkpActions WHERE fldNope = 1"_s);
+              }),
+              jet::err::TooFewParameters);
+}
+
 TEST_F(SiteDatabase, CrosstabColumnsAreThePivotValuesInOrder) {
     const QString text = u"TRANSFORM Count(tblTrans.idftransid) SELECT tbltrans.fldtransregnum as "
                          "[Register] "_s +
@@ -280,6 +373,26 @@ TEST_F(SiteDatabase, EveryExpressionComesBackWithTheDialectsType) {
         {"dateadd('m', 1, #2003/01/31#)", rs::AdoType::Date, vb::Variant::date(day(2003, 2, 28))},
         {"weekday(fldTransTime)", rs::AdoType::SmallInt, vb::Variant(std::int16_t(6))},
         {"Null", rs::AdoType::Variant, vb::Variant()},
+        {"cbyte(7.5)", rs::AdoType::UnsignedTinyInt, vb::Variant(std::int16_t(8))},
+        {"ascw('€')", rs::AdoType::SmallInt, vb::Variant(std::int16_t(8364))},
+        {"asc('€')", rs::AdoType::SmallInt, vb::Variant(std::int16_t(128))},
+        {"strconv(fldTransDesc, 3)", rs::AdoType::VarWChar, vb::Variant(u"Cigarettes"_s)},
+        {"timer()", rs::AdoType::Single, vb::Variant()},
+        {"partition(fldTransQty, 0, 10, 5)", rs::AdoType::VarWChar, vb::Variant(u"  0:  4"_s)},
+        // Choose and Switch give the type their choices share, the widest of numbers.
+        {"choose(2, fldTransPrice, 1)", rs::AdoType::Currency, vb::Variant(vb::Currency{10000})},
+        {"choose(1, 'a', 2)", rs::AdoType::Variant, vb::Variant(u"a"_s)},
+        {"switch(fldtransregnum = 4, 'four', fldtransregnum = 3, 'three')", rs::AdoType::VarWChar,
+         vb::Variant(u"three"_s)},
+        {"switch(False, 1, True, Null, True, 2.5)", rs::AdoType::Double, vb::Variant::null()},
+        {"switch(False, #2003/01/01#, Null, 'x')", rs::AdoType::Variant, vb::Variant::null()},
+        // A "$" form always gives text.
+        {"left$(fldTransDesc, 3)", rs::AdoType::VarWChar, vb::Variant(u"CIG"_s)},
+        {"str$(fldtransregnum)", rs::AdoType::VarWChar, vb::Variant(u" 3"_s)},
+        {"format$(Null, 'yyyy')", rs::AdoType::VarWChar, vb::Variant(u""_s)},
+        {"format(Null, 'yyyy')", rs::AdoType::VarWChar, vb::Variant::null()},
+        {"format$(Null, '0;0;0;\"none\"')", rs::AdoType::VarWChar, vb::Variant(u"none"_s)},
+        {"date$()", rs::AdoType::VarWChar, vb::Variant()},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.expression);
@@ -442,10 +555,52 @@ TEST_F(SiteDatabase, IIfReadsItsConditionAsTheLanguageReadsATruth) {
     }
 }
 
+TEST_F(SiteDatabase, DollarFormsRaiseWhereTheVariantFormsGiveNull) {
+    struct Case {
+        const char* expression;
+        int error; // 0: Null
+    } cases[] = {
+        {"str$(Null)", vb::err::InvalidUseOfNull},
+        {"str(Null)", 0},
+        {"mid$(fldTransDesc + Null, 1)", vb::err::InvalidUseOfNull},
+        {"ucase$(Null)", vb::err::InvalidUseOfNull},
+        {"trim$(Null)", vb::err::InvalidUseOfNull},
+        {"chr$(Null)", vb::err::InvalidUseOfNull}, // as Chr(Null) does
+        // No "$" form: an unknown function, as the dialect names it.
+        {"abs$(-1)", jet::err::UndefinedFunction},
+        {"iif$(1, 'a', 'b')", jet::err::UndefinedFunction},
+        {"now$()", jet::err::UndefinedFunction},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.expression);
+        const QString text = u"select "_s + QString::fromUtf8(c.expression) +
+                             u" as [x] from tblTrans where idftransid = 1"_s;
+        if (c.error) {
+            EXPECT_EQ(errorOf([&] { query(text); }), c.error);
+            continue;
+        }
+        EXPECT_TRUE(query(text)->field(0).value().isNull());
+    }
+    try {
+        query(u"select Abs$(1) from tblTrans"_s);
+        ADD_FAILURE() << "ran";
+    } catch (const vb::VbError& e) {
+        EXPECT_EQ(e.description(), u"Undefined function 'Abs$' in expression."_s);
+    }
+    // Date$ and Time$ are the moment in fixed forms, not the regional ones.
+    auto rs = query(u"select date$() as d, time$() as t, date() as today from tblTrans where "
+                    "idftransid = 1"_s);
+    const QDate today = QDate::fromString(rs->field(u"d").value().stringValue(), u"MM-dd-yyyy"_s);
+    EXPECT_EQ(vb::Variant::date(static_cast<double>(
+                  vb::dayNumberFromCivil(today.year(), today.month(), today.day()))),
+              rs->field(u"today").value());
+    EXPECT_TRUE(QTime::fromString(rs->field(u"t").value().stringValue(), u"HH:mm:ss"_s).isValid());
+}
+
 TEST_F(SiteDatabase, CallsWithTheWrongNumberOfArgumentsAreRefusedBeforeTheyRun) {
     const char* wrongCounts[] = {
-        "left('abc')", "mid('abc', 1, 1, 1)", "now(1)",   "iif(1, 2)",
-        "count()",     "sum(1, 2)",           "format()", "first(1, 2)",
+        "left('abc')", "mid('abc', 1, 1, 1)", "now(1)",    "iif(1, 2)", "count()",      "sum(1, 2)",
+        "format()",    "first(1, 2)",         "choose(1)", "switch(1)", "strconv('a')", "timer(1)",
     };
     for (const char* call : wrongCounts) {
         SCOPED_TRACE(call);
@@ -554,42 +709,53 @@ std::map<QString, std::set<int>> registeredJetFunctions(sqlite3* db) {
     return found;
 }
 
-QString callWithOnes(const jet::DialectFunction& f, int count) {
+QString callWithOnes(const jet::DialectFunction& f, int count, bool dollar = false) {
     QStringList ones;
     for (int i = 0; i < count; ++i)
         ones << u"1"_s;
-    return QString::fromLatin1(f.name) + u'(' + ones.join(u", "_s) + u')';
+    return QString::fromLatin1(f.name) + (dollar ? u"$("_s : u"("_s) + ones.join(u", "_s) + u')';
+}
+
+std::set<int> argumentCounts(const jet::DialectFunction& f) {
+    std::set<int> counts;
+    for (int n = f.minArgs; n <= f.maxArgs; ++n)
+        counts.insert(n);
+    return counts;
 }
 
 } // namespace
 
 TEST_F(SiteDatabase, EveryDialectFunctionRunsFromDialectTextAtEveryArgumentCount) {
     const auto registered = registeredJetFunctions(db_->handle());
+    auto expectRegistered = [&](const QString& name, const jet::DialectFunction& f) {
+        const auto it = registered.find(name);
+        ASSERT_NE(it, registered.end()) << name.toStdString();
+        EXPECT_EQ(it->second, argumentCounts(f)) << name.toStdString();
+    };
     for (const jet::DialectFunction& f : jet::dialectFunctions()) {
-        if (f.sqlite.form == jet::SqliteForm::Body) {
-            std::set<int> counts;
-            for (int n = f.minArgs; n <= f.maxArgs; ++n)
-                counts.insert(n);
-            const auto it = registered.find(jet::sqliteName(f));
-            ASSERT_NE(it, registered.end()) << f.name;
-            EXPECT_EQ(it->second, counts) << f.name;
-        }
+        if (f.sqlite.form == jet::SqliteForm::Body) expectRegistered(jet::sqliteName(f), f);
+        if (f.dollar == jet::DollarForm::Own) expectRegistered(jet::sqliteDollarName(f), f);
         for (int n = f.minArgs; n <= f.maxArgs; ++n) {
-            const QString call = callWithOnes(f, n);
-            SCOPED_TRACE(call.toStdString());
-            // A runtime error (dateadd's interval "1") shows the body ran; the engine's own
-            // errors and the dialect's refusals are numbered from 3000.
-            const int error = errorOf(
-                [&] { query(u"select "_s + call + u" from tblTrans where idftransid = 1"_s); });
-            EXPECT_LT(error, jet::kEngineErrorBase);
+            for (const bool dollar : {false, true}) {
+                if (dollar && f.dollar == jet::DollarForm::None) continue;
+                const QString call = callWithOnes(f, n, dollar);
+                SCOPED_TRACE(call.toStdString());
+                // A runtime error (dateadd's interval "1") shows the body ran; the engine's own
+                // errors and the dialect's refusals are numbered from 3000.
+                const int error = errorOf(
+                    [&] { query(u"select "_s + call + u" from tblTrans where idftransid = 1"_s); });
+                EXPECT_LT(error, jet::kEngineErrorBase);
+            }
         }
     }
 }
 
 TEST_F(SiteDatabase, EveryJetFunctionIsADialectFunctionOrAHelper) {
     std::set<QString> expected;
-    for (const jet::DialectFunction& f : jet::dialectFunctions())
+    for (const jet::DialectFunction& f : jet::dialectFunctions()) {
         if (f.sqlite.form == jet::SqliteForm::Body) expected.insert(jet::sqliteName(f));
+        if (f.dollar == jet::DollarForm::Own) expected.insert(jet::sqliteDollarName(f));
+    }
     for (const QString& helper : jet::sqliteHelperNames())
         EXPECT_TRUE(expected.insert(helper).second) << helper.toStdString();
     std::set<QString> found;

@@ -3,8 +3,11 @@
 
 #include "DialectSqlTest.h"
 
+#include <QDateTime>
+#include <QRegularExpression>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
 namespace {
@@ -44,6 +47,14 @@ TEST_F(Functions, ConversionsRoundHalfToEvenAndRaiseTheLanguagesErrors) {
         {"jet_cdate(NULL)", "error: 94: Invalid use of Null"},
         {"jet_cvdate(NULL)", "Null"},
         {"jet_cvdate(37703.25)", "D:37703.25"},
+        {"jet_cbyte(254.5)", "254"},
+        {"jet_cbyte(255.5)", "error: 6: Overflow"},
+        {"jet_cbyte(-0.5)", "0"},
+        {"jet_cbyte(-0.6)", "error: 6: Overflow"},
+        {"jet_cbyte(jet_tag_bool(1))", "error: 6: Overflow"}, // True is -1
+        {"jet_cbyte(NULL)", "error: 94: Invalid use of Null"},
+        {"jet_cvar(NULL)", "Null"},
+        {"jet_cvar(jet_tag_date(1.5))", "D:1.5"},
     });
 }
 
@@ -125,6 +136,23 @@ TEST_F(Functions, NumberFunctions) {
     });
 }
 
+TEST_F(Functions, PartitionNamesTheRangeANumberFallsInPaddedToSortInOrder) {
+    expectAll({
+        {"jet_partition(-5, 0, 99, 5)", "'   : -1'"},
+        {"jet_partition(97, 0, 99, 5)", "' 95: 99'"},
+        {"jet_partition(100, 0, 99, 5)", "'100:   '"},
+        {"jet_partition(25, 20, 199, 10)", "'  20:  29'"},
+        {"jet_partition(1005, 100, 1010, 20)", "' 1000: 1010'"}, // the last range ends at stop
+        {"jet_partition(1011, 100, 1010, 20)", "' 1011:     '"},
+        {"jet_partition(100, 0, 1000, 1)", "'  100:  100'"},
+        {"jet_partition(5000, 0, 1000, 1)", "' 5000: 5000'"}, // wherever the number lies
+        {"jet_partition(24.5, 20, 199, 4.5)", "'  24:  27'"}, // every part rounded to even
+        {"jet_partition(NULL, 0, 99, 5)", "Null"},
+        {"jet_partition(1, -1, 99, 5)", "error: 5: Invalid procedure call or argument"},
+        {"jet_partition(1, 0, 99, 0)", "error: 5: Invalid procedure call or argument"},
+    });
+}
+
 TEST_F(Functions, OperatorsTheGeneratorCannotWriteNatively) {
     expectAll({
         {"jet_concat('a', NULL)", "'a'"},
@@ -176,6 +204,9 @@ TEST_F(Functions, OperatorsTheGeneratorCannotWriteNatively) {
         {"jet_bool(0)", "B:0"},
         {"jet_bool(NULL)", "Null"},
         {"jet_bool('yes')", "error: 13: Type mismatch"},
+        // The "$" form of a function that may give Null.
+        {"jet_dollar('a')", "'a'"},
+        {"jet_dollar(NULL)", "error: 94: Invalid use of Null"},
     });
 }
 
@@ -242,6 +273,27 @@ TEST_F(Functions, ChoicesAndTests) {
     });
 }
 
+TEST_F(Functions, ChooseTakesTheRoundedIndexAndSwitchTheFirstTrueCondition) {
+    expectAll({
+        {"jet_choose(2, 'a', 'b')", "'b'"},
+        {"jet_choose(1.5, 'a', 'b', 'c')", "'b'"}, // rounded as CInt rounds: half to even
+        {"jet_choose(2.5, 'a', 'b', 'c')", "'b'"},
+        {"jet_choose(0.4, 'a')", "Null"},
+        {"jet_choose(3, 'a', 'b')", "Null"},
+        {"jet_choose(1, jet_tag_currency(2), 'b')", "C:2.0"},
+        {"jet_choose(1, NULL, 'b')", "Null"},
+        {"jet_choose(NULL, 'a')", "error: 94: Invalid use of Null"},
+        {"jet_choose(40000, 'a')", "error: 6: Overflow"},
+        {"jet_switch(0, 'a', 1, 'b', 1, 'c')", "'b'"},
+        {"jet_switch(NULL, 'a', 'True', 'b')", "'b'"},
+        {"jet_switch(0, 'a')", "Null"},
+        {"jet_switch(1, NULL, 1, 'b')", "Null"},
+        {"jet_switch('abc', 'a')", "error: 13: Type mismatch"},
+        {"jet_switch(1, 'a', 'abc', 'b')", "'a'"}, // the scan ends at the first truth
+        {"jet_switch(0, 'a', 1)", "error: 5: Invalid procedure call or argument"},
+    });
+}
+
 TEST_F(Functions, CuttingText) {
     expectAll({
         {"jet_left('abcdef', 2)", "'ab'"},
@@ -287,8 +339,46 @@ TEST_F(Functions, CuttingText) {
         {"jet_chr(65)", "'A'"},
         {"jet_chr(233)", "'é'"},
         {"jet_chr(256)", "error: 5: Invalid procedure call or argument"},
+        {"jet_chr(128)", "'€'"},        // the code page's, not Latin-1's
+        {"jet_chr(129)", "'\xc2\x81'"}, // a code the page leaves free keeps its control
         {"jet_asc('abc')", "97"},
+        {"jet_asc('€')", "128"},
+        {"jet_asc('é')", "233"},
+        {"jet_asc('中')", "63"}, // no character of the page: "?"
         {"jet_asc('')", "error: 5: Invalid procedure call or argument"},
+    });
+}
+
+TEST_F(Functions, WideCharacterCodesCoverUtf16AsTheLanguagesIntegerHoldsIt) {
+    expectAll({
+        {"jet_chrw(8364)", "'€'"},
+        {"jet_chrw(-8192)", "'\xee\x80\x80'"}, // U+E000: -8192 + 65536
+        {"jet_chrw(65535.4)", "'\xef\xbf\xbf'"},
+        {"jet_chrw(65536)", "error: 5: Invalid procedure call or argument"},
+        {"jet_chrw(-32769)", "error: 5: Invalid procedure call or argument"},
+        {"jet_ascw('€uro')", "8364"},
+        {"jet_ascw('\xef\xbf\xbf')", "-1"}, // U+FFFF is -1 as an Integer
+        {"jet_ascw('')", "error: 5: Invalid procedure call or argument"},
+    });
+}
+
+TEST_F(Functions, StrConvChangesLetterCaseAndStrReverseTurnsTextAround) {
+    expectAll({
+        {"jet_strconv('abc Déf', 1)", "'ABC DÉF'"},
+        {"jet_strconv('ABC Déf', 2)", "'abc déf'"},
+        {"jet_strconv('hELLO wORLD', 3)", "'Hello World'"},
+        {"jet_strconv('o''neil mc-coy', 3)", "'O'neil Mc-coy'"}, // only blanks part words
+        {"jet_strconv('a' || char(9) || 'b' || char(13) || 'c', 3)", "'A\tB\rC'"},
+        {"jet_strconv('aBc', 0)", "'aBc'"},
+        {"jet_strconv(NULL, 1)", "Null"},
+        {"jet_strconv('a', 4)", "error: 5: Invalid procedure call or argument"},
+        {"jet_strconv('a', 64)", "error: 5: Invalid procedure call or argument"},
+        {"jet_strconv('a', NULL)", "error: 94: Invalid use of Null"},
+        {"jet_strconv('a', 1, NULL)", "error: 94: Invalid use of Null"},
+        {"jet_strreverse('abc')", "'cba'"},
+        {"jet_strreverse(12.5)", "'5.21'"},
+        {"jet_strreverse('a😀é')", "'é😀a'"}, // a pair of halves stays one character
+        {"jet_strreverse(NULL)", "error: 94: Invalid use of Null"},
     });
 }
 
@@ -460,6 +550,24 @@ TEST_F(Functions, TheClockReadsTaggedDates) {
     EXPECT_EQ(scalar("SELECT jet_now() >= jet_date() AND jet_now() < jet_date() + 1"), "1");
     EXPECT_EQ(scalar("SELECT jet_time() >= 0 AND jet_time() < 1"), "1");
     EXPECT_EQ(describe("jet_year(jet_date())").substr(0, 2), "20");
+    // Date$ and Time$ in their fixed forms, whatever the regional settings; Timer as a Single.
+    const QDateTime before = QDateTime::currentDateTime();
+    const QString dateText = QString::fromStdString(scalar("SELECT jet_date$()"));
+    const QString timeText = QString::fromStdString(scalar("SELECT jet_time$()"));
+    const double timer = std::stod(scalar("SELECT jet_timer()"));
+    const QDateTime after = QDateTime::currentDateTime();
+    EXPECT_TRUE(dateText == before.toString(QStringLiteral("MM-dd-yyyy")) ||
+                dateText == after.toString(QStringLiteral("MM-dd-yyyy")))
+        << dateText.toStdString();
+    EXPECT_TRUE(QRegularExpression(QStringLiteral("^[0-2]\\d:[0-5]\\d:[0-5]\\d$"))
+                    .match(timeText)
+                    .hasMatch())
+        << timeText.toStdString();
+    EXPECT_GE(timer, 0);
+    EXPECT_LT(timer, vb::kSecondsPerDay);
+    // A Single to the hundredth.
+    EXPECT_EQ(static_cast<float>(timer), static_cast<float>(std::round(timer * 100) / 100));
+    EXPECT_EQ(scalar("SELECT typeof(jet_timer())"), "real");
 }
 
 TEST_F(Functions, FirstAndLastTakeTheGroupsEndRowsNullsIncluded) {

@@ -1,6 +1,6 @@
-#include "settings/Cp1252.h"
 #include "settings/modIni.h"
 #include "settings/modSites.h"
+#include "vb/Cp1252.h"
 
 #include "settings/SiteStoreTest.h"
 
@@ -199,11 +199,11 @@ TEST(PasswordScrambling, EveryCodeOfThePageComesBackAndOtherCharactersDoNot) {
     for (int code = 0; code < 256; ++code) {
         const char byte = static_cast<char>(code);
         const QString expected = reference.decode(QByteArrayView(&byte, 1));
-        const QChar c = fromCp1252(static_cast<std::uint8_t>(code));
+        const QChar c = vb::fromCp1252(static_cast<std::uint8_t>(code));
         if (expected != QString(QChar::ReplacementCharacter)) {
             EXPECT_EQ(QString(c), expected);
         }
-        EXPECT_EQ(toCp1252(c), code);
+        EXPECT_EQ(vb::toCp1252(c), code);
         EXPECT_EQ(fncDecryptPassword(fncEncryptPassword(c, kKey), kKey), QString(c));
     }
     // U+0080 is no character of the page (its 0x80 is the euro sign); the emoji is two halves.

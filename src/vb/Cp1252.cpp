@@ -1,8 +1,8 @@
-#include "settings/Cp1252.h"
+#include "vb/Cp1252.h"
 
 #include <array>
 
-namespace settings {
+namespace vb {
 
 namespace {
 
@@ -40,4 +40,4 @@ QString decodeCp1252(const QByteArray& bytes) {
     return text;
 }
 
-} // namespace settings
+} // namespace vb

@@ -1,14 +1,15 @@
 #pragma once
 
-// The single-byte code page (Windows-1252) in which site passwords are scrambled and in which
-// settings files from the old platform were written. It differs from Latin-1 only in 0x80-0x9F.
+// The single-byte code page (Windows-1252) of the language's character codes (Chr, Asc), in which
+// site passwords are scrambled and settings files from the old platform were written. It differs
+// from Latin-1 only in 0x80-0x9F.
 
 #include <QByteArray>
 #include <QChar>
 #include <QString>
 #include <cstdint>
 
-namespace settings {
+namespace vb {
 
 // The character's code, or 63 ("?") when the code page has no such character. The five codes the
 // code page leaves undefined (0x81, 0x8D, 0x8F, 0x90, 0x9D) stand for the control characters of
@@ -18,4 +19,4 @@ QChar fromCp1252(std::uint8_t code);
 
 QString decodeCp1252(const QByteArray& bytes);
 
-} // namespace settings
+} // namespace vb

@@ -1,0 +1,1 @@
+SELECT Choose(fldtransregnum, 'one', fldTransDesc, fldTransPrice), Switch(fldTransQty > 1, 'many', fldTransPrice < 0, Null, True, fldTransTime), StrConv(fldTransDesc, 3), StrReverse(fldTransDesc), AscW(fldTransDesc), ChrW(fldtransregnum + 8364), CByte(fldTransQty), CVar(fldTransPrice), Partition(fldTransQty, 0, 100, 10), Timer() FROM tblTrans

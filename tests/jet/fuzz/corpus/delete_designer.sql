@@ -1,0 +1,1 @@
+DELETE DISTINCTROW tblTrans.fldTransDesc, tblTrans.* FROM tblTrans WHERE tblTrans.fldtransregnum = 12

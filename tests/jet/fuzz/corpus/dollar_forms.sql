@@ -1,0 +1,1 @@
+SELECT Str$(fldTransQty), Format$(fldTransTime, 'yyyy-mm-dd'), Format$(Null), Hex$(fldtransregnum), String$(2, fldTransDesc), ChrW$(65), Date$(), Time$(), tblTrans.fldTransDesc, tbltransdescs.fldtransdesc, fldTransQty * 2 FROM tblTrans, tbltransdescs
