@@ -390,7 +390,7 @@ TEST_F(SiteDatabase, EveryExpressionComesBackWithTheDialectsType) {
         {"left$(fldTransDesc, 3)", rs::AdoType::VarWChar, vb::Variant(u"CIG"_s)},
         {"str$(fldtransregnum)", rs::AdoType::VarWChar, vb::Variant(u" 3"_s)},
         {"format$(Null, 'yyyy')", rs::AdoType::VarWChar, vb::Variant(u""_s)},
-        {"format(Null, 'yyyy')", rs::AdoType::VarWChar, vb::Variant::null()},
+        {"format(Null, 'yyyy')", rs::AdoType::VarWChar, vb::Variant(u""_s)},
         {"format$(Null, '0;0;0;\"none\"')", rs::AdoType::VarWChar, vb::Variant(u"none"_s)},
         {"date$()", rs::AdoType::VarWChar, vb::Variant()},
     };
