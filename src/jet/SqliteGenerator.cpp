@@ -80,6 +80,12 @@ QString operatorFunction(Op op) {
     }
 }
 
+// A number written in the text that is not zero.
+bool nonzeroNumber(const Expr& e) {
+    return e.kind == ExprKind::Literal && e.value.isNumeric() && !e.value.isDate() &&
+           vb::cdbl(e.value) != 0;
+}
+
 // A truth written as a condition, turned into the dialect's -1/0 value (Null stays Null).
 QString truthValue(const QString& conditionText) {
     return u"(-("_s + conditionText + u"))"_s;
@@ -234,7 +240,11 @@ QString SqliteGenerator::binary(const Expr& e, bool asCondition) const {
         case Op::Multiply:
             return u'(' + value(a) + u" * "_s + value(b) + u')';
         case Op::Divide:
-            return u'(' + value(a) + u" / CAST("_s + value(b) + u" AS REAL))"_s;
+            // SQLite gives Null for a zero divisor where the language raises 11 (6 for 0/0), so
+            // only a divisor that cannot be zero divides natively.
+            if (nonzeroNumber(b))
+                return u'(' + value(a) + u" / CAST("_s + value(b) + u" AS REAL))"_s;
+            break;
         default:
             break;
         }

@@ -655,6 +655,15 @@ TEST_F(SiteDatabase, ArithmeticReadsTextAsCDblDoesAndKeepsTheLanguagesKinds) {
                   }),
                   13)
             << refused;
+    // A zero divisor raises what the language raises, where SQLite alone would give Null.
+    for (const auto& [division, number] : {std::pair{"5 / 0", 11}, std::pair{"0 / 0", 6},
+                                           std::pair{"fldTransQty / (fldtransregnum - 3)", 11}})
+        EXPECT_EQ(errorOf([&] {
+                      query(u"select "_s + QString::fromUtf8(division) +
+                            u" from tblTrans where idftransid = 1"_s);
+                  }),
+                  number)
+            << division;
     // Numbers, truths and dates keep SQLite's own arithmetic.
     const QString native = db_->translate(
         u"select -fldTransQty * 2 + fldtransregnum - 1, fldTransTime + 1, fldTransPrice / 2, "
