@@ -59,6 +59,12 @@ INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, fldTransDesc, f
 
     std::shared_ptr<rs::Recordset> query(const QString& text) { return db_->query(text); }
 
+    // The text of a query that shows one expression, as [x], over the first transaction.
+    static QString onFirstRow(const char* expression) {
+        return u"select "_s + QString::fromUtf8(expression) +
+               u" as [x] from tblTrans where idftransid = 1"_s;
+    }
+
     QTemporaryDir dir_;
     QString path_;
     std::unique_ptr<SqliteDatabase> db_;
@@ -396,8 +402,7 @@ TEST_F(SiteDatabase, EveryExpressionComesBackWithTheDialectsType) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.expression);
-        auto rs = query(u"select "_s + QString::fromUtf8(c.expression) +
-                        u" as [x] from tblTrans where idftransid = 1"_s);
+        auto rs = query(onFirstRow(c.expression));
         ASSERT_EQ(rs->recordCount(), 1u);
         EXPECT_EQ(rs->field(0).type(), c.type);
         if (!c.value.isEmpty()) {
@@ -543,8 +548,7 @@ TEST_F(SiteDatabase, IIfReadsItsConditionAsTheLanguageReadsATruth) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.expression);
-        const QString text = u"select "_s + QString::fromUtf8(c.expression) +
-                             u" as [x] from tblTrans where idftransid = 1"_s;
+        const QString text = onFirstRow(c.expression);
         if (c.error) {
             EXPECT_EQ(errorOf([&] { query(text); }), c.error);
             continue;
@@ -573,8 +577,7 @@ TEST_F(SiteDatabase, DollarFormsRaiseWhereTheVariantFormsGiveNull) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.expression);
-        const QString text = u"select "_s + QString::fromUtf8(c.expression) +
-                             u" as [x] from tblTrans where idftransid = 1"_s;
+        const QString text = onFirstRow(c.expression);
         if (c.error) {
             EXPECT_EQ(errorOf([&] { query(text); }), c.error);
             continue;
@@ -643,8 +646,7 @@ TEST_F(SiteDatabase, ArithmeticReadsTextAsCDblDoesAndKeepsTheLanguagesKinds) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.expression);
-        auto rs = query(u"select "_s + QString::fromUtf8(c.expression) +
-                        u" as [x] from tblTrans where idftransid = 1"_s);
+        auto rs = query(onFirstRow(c.expression));
         ASSERT_EQ(rs->recordCount(), 1u);
         EXPECT_EQ(rs->field(0).type(), c.type);
         EXPECT_EQ(rs->field(0).value(), c.value);
@@ -658,12 +660,7 @@ TEST_F(SiteDatabase, ArithmeticReadsTextAsCDblDoesAndKeepsTheLanguagesKinds) {
     // A zero divisor raises what the language raises, where SQLite alone would give Null.
     for (const auto& [division, number] : {std::pair{"5 / 0", 11}, std::pair{"0 / 0", 6},
                                            std::pair{"fldTransQty / (fldtransregnum - 3)", 11}})
-        EXPECT_EQ(errorOf([&] {
-                      query(u"select "_s + QString::fromUtf8(division) +
-                            u" from tblTrans where idftransid = 1"_s);
-                  }),
-                  number)
-            << division;
+        EXPECT_EQ(errorOf([&] { query(onFirstRow(division)); }), number) << division;
     // Numbers, truths and dates keep SQLite's own arithmetic.
     const QString native = db_->translate(
         u"select -fldTransQty * 2 + fldtransregnum - 1, fldTransTime + 1, fldTransPrice / 2, "
@@ -686,8 +683,7 @@ TEST_F(SiteDatabase, ASingleReachesAFunctionAsASingle) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.expression);
-        auto rs = query(u"select "_s + QString::fromUtf8(c.expression) +
-                        u" as [x] from tblTrans where idftransid = 1"_s);
+        auto rs = query(onFirstRow(c.expression));
         EXPECT_EQ(rs->field(0).value(), vb::Variant(QString::fromUtf8(c.text)));
     }
 }
