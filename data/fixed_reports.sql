@@ -6,9 +6,11 @@
 -- Only reports that count across action codes take <Critical>: those are the ones the "Limit
 -- Action Code reports to Critical" box is meant for, and they carry the "Action Codes" category
 -- so their title says so. A report about one code ignores the box rather than go blank.
+--
 -- Reports 7, 20 and 25 feed the Daily Summary and its charts, so each returns one text label
--- column and then numeric columns only; 20 and 25 average over the 30 days the summary hands
--- them.
+-- column and then numeric columns only. 20 and 25 divide by the days of the range on which the
+-- store traded (the dates with any line in it), so they are counts per day over any range; a
+-- shut day is no day of trade and does not thin the average.
 --
 -- 1: how often each clerk used each code
 INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (1, 'Action Code Counts by Clerk', 'SELECT <SelClk>, <SelAction>, count(*) AS [Count], sum(tblTrans.fldTransPrice) AS [Price Sum] From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID WHERE <Interval> AND <Critical> GROUP BY <AggClk>, <AggAction> ORDER BY <AggClk>, <AggAction>', False, Null, False, 'Action Codes', 1)
@@ -70,18 +72,21 @@ INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldComman
 -- 18
 INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (18, 'Critical Actions List', 'SELECT <SelDate>, <SelTime>, <Selreg>, <SelAction>, <SelClk>, tblTrans.fldTransDesc AS [Description], tblTrans.fldTransPrice AS [Price] From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID WHERE lkpactions.fldactioncritical = TRUE AND <Interval> ORDER BY <AggDate>, <AggTime>, <Aggreg>', False, Null, False, 'Critical', 0)
 --
--- 20: the Daily Summary's per-clerk averages; the interval it is given is 30 days long
-INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (20, '30 Day Average Code Counts per Day by Clerk', 'TRANSFORM count(*) / 30 AS [Per Day]
+-- 20: the Daily Summary's per-clerk averages: each clerk's count per day of trade. The days come
+-- in as a one-row table beside the join, not as a subquery in the value: the dialect engine
+-- narrows every aggregate in a crosstab's value to the cell's code, a subquery's count included.
+INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (20, 'Average Code Counts per Day by Clerk', 'TRANSFORM count(*) / Min(Span.[Days]) AS [Per Day]
 SELECT <SelClk>
-From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID 
+From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID , (SELECT Count(*) AS [Days] FROM (SELECT DISTINCT <AggDate> From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID WHERE <Interval>) AS Traded) AS Span
 WHERE <Interval> AND <Critical>
 GROUP BY <AggClk>
 ORDER BY <AggClk>
 PIVOT lkpactions.fldActionCode', False, Null, False, 'Action Codes', 0)
 --
--- 25: the average clerk over 30 days. The first stage keeps each clerk's daily counts, so the
--- second can divide by the clerks who actually worked in the span.
-INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (25, '30 Day Average Clerk Code Counts per Day', 'SELECT <SelClk>, lkpactions.fldActionCode AS [Code], <SelDate>, count(*) AS [Count] INTO <tblname> From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID WHERE <Interval> AND <Critical> GROUP BY <AggClk>, lkpactions.fldActionCode, <AggDate>', True, 26, False, 'Action Codes', 0)
+-- 25: the average clerk per day of trade. The first stage keeps every clerk's daily counts of
+-- every code, critical or not, so that the second counts the days traded and the clerks who
+-- worked whatever the critical box keeps.
+INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (25, 'Average Clerk Code Counts per Day', 'SELECT <SelClk>, lkpactions.fldActionCode AS [Code], <SelDate>, count(*) AS [Count] INTO <tblname> From tblActors INNER JOIN (lkpActions INNER JOIN tblTrans ON lkpActions.idfActionID = tblTrans.fkyActionID) ON tblActors.idfActorID = tblTrans.fkyActorID WHERE <Interval> GROUP BY <AggClk>, lkpactions.fldActionCode, <AggDate>', True, 26, False, 'Action Codes', 0)
 --
 -- 26: second stage of 25
-INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (26, 'Averaging the clerks'' code counts', 'SELECT [Code], Sum([Count]) / 30 / (SELECT Count(*) FROM (SELECT DISTINCT [Clerk] FROM <tblname>) AS Clerks) AS [Per Day] FROM <tblname> GROUP BY [Code] ORDER BY [Code]', False, Null, True, 'Action Codes', 0)
+INSERT INTO tblfixedreports (idfFixedReportID, fldReportTitle, fldSQL, fldCommand, fldsubquery, fldIssubquery, fldCategory, fldGroupFirstN) VALUES (26, 'Averaging the clerks'' code counts', 'SELECT Kept.[Code], Sum(Kept.[Count]) / (SELECT Count(*) FROM (SELECT DISTINCT [Date] FROM <tblname>) AS Days) / (SELECT Count(*) FROM (SELECT DISTINCT [Clerk] FROM <tblname>) AS Clerks) AS [Per Day] FROM <tblname> AS Kept INNER JOIN lkpActions ON Kept.[Code] = lkpActions.fldActionCode WHERE <Critical> GROUP BY Kept.[Code] ORDER BY Kept.[Code]', False, Null, True, 'Action Codes', 0)
