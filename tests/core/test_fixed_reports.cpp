@@ -265,23 +265,36 @@ TEST_F(FixedReportSite, TheDaysCountsComeOneRowPerClerkAndOneColumnPerCode) {
                                     u"Smith, Ann - 1002: CANCEL=1 NOSALE=2 PRICEOVR=1"_s}));
 }
 
-TEST_F(FixedReportSite, ThirtyDayAveragesAreCountsPerDayForEachClerkAndForTheAverageClerk) {
-    // The report day itself lies outside the 30 days: only the 27th counts.
+TEST_F(FixedReportSite, AveragesAreCountsPerDayOfTradeForEachClerkAndForTheAverageClerk) {
+    // The report day itself lies outside the 30 days, and of those the store traded on the 27th
+    // alone: each clerk's figure is that day's count.
     auto byClerk = run(20, kThirtyDays, false);
     expectChartShape(*byClerk);
     EXPECT_EQ(describeRows(*byClerk),
-              (std::vector<QString>{u"Ng, Vi - 1001: SALE=0.1 VOID=0.03333"_s,
-                                    u"Smith, Ann - 1002: NOSALE=0.03333 SALE=0.06667"_s}));
+              (std::vector<QString>{u"Ng, Vi - 1001: SALE=3 VOID=1"_s,
+                                    u"Smith, Ann - 1002: NOSALE=1 SALE=2"_s}));
 
     // Two clerks worked; the average clerk had half of each code's count.
     auto overall = run(25, kThirtyDays, false);
     expectChartShape(*overall);
     EXPECT_EQ(describeRows(*overall),
-              (std::vector<QString>{u"NOSALE: Per Day=0.01667"_s, u"SALE: Per Day=0.08333"_s,
-                                    u"VOID: Per Day=0.01667"_s}));
+              (std::vector<QString>{u"NOSALE: Per Day=0.5"_s, u"SALE: Per Day=2.5"_s,
+                                    u"VOID: Per Day=0.5"_s}));
     // Run again in the same session: the first stage replaces the table it left.
     EXPECT_EQ(describeRows(*run(25, kThirtyDays, true)),
-              (std::vector<QString>{u"NOSALE: Per Day=0.01667"_s, u"VOID: Per Day=0.01667"_s}));
+              (std::vector<QString>{u"NOSALE: Per Day=0.5"_s, u"VOID: Per Day=0.5"_s}));
+
+    // Over both days every count is shared by two days of trade.
+    const QString twoDays =
+        u" tblTrans.fldTransTime between #2003/03/27 00:00:00# and #2003/03/29 00:00:00#"_s;
+    EXPECT_EQ(describeRows(*run(20, twoDays, false)),
+              (std::vector<QString>{u"Ng, Vi - 1001: REFUND=0.5 SALE=2.5 VOID=1"_s,
+                                    u"Smith, Ann - 1002: CANCEL=0.5 DISC=0.5 LINECORR=0.5 "
+                                    u"NOSALE=1.5 PAIDOUT=0.5 PRICEOVR=0.5 SALE=1.5"_s}));
+    EXPECT_EQ(describeRows(*run(25, twoDays, true)),
+              (std::vector<QString>{u"CANCEL: Per Day=0.25"_s, u"NOSALE: Per Day=0.75"_s,
+                                    u"PRICEOVR: Per Day=0.25"_s, u"REFUND: Per Day=0.25"_s,
+                                    u"VOID: Per Day=0.5"_s}));
 }
 
 TEST_F(FixedReportSite, SingleCodeReportsListTheirCodeWhateverTheCriticalBox) {
@@ -293,7 +306,10 @@ TEST_F(FixedReportSite, SingleCodeReportsListTheirCodeWhateverTheCriticalBox) {
 
     EXPECT_EQ(run(6, kDay, false)->recordCount(), 2u);
     EXPECT_EQ(run(12, kDay, true)->recordCount(), 1u); // DISC is not critical
+    // Register 2's price override is a sale; its no-sales and paid-out are none, so its net
+    // sales are the sale and the override less the discount, the correction and the cancel.
     auto sales = run(11, kDay, false);
-    EXPECT_EQ(describeRows(*sales), (std::vector<QString>{u"1: Count=2 Qty Sum=2 Price Sum=11"_s,
-                                                          u"2: Count=1 Qty Sum=1 Price Sum=7"_s}));
+    EXPECT_EQ(describeRows(*sales),
+              (std::vector<QString>{u"1: Sale Lines=2 Gross Sales=11 Net Sales=0"_s,
+                                    u"2: Sale Lines=2 Gross Sales=8 Net Sales=-4"_s}));
 }
