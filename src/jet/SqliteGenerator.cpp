@@ -6,6 +6,7 @@
 #include "vb/Convert.h"
 
 #include <QSet>
+#include <utility>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -494,6 +495,13 @@ QString SqliteGenerator::orderBy(const Select& s) const {
 }
 
 QString SqliteGenerator::select(const Select& s) const {
+    // A crosstab cell's filter belongs to the cell's own aggregates; a subquery inside the value
+    // counts its own rows.
+    struct OuterFilter {
+        QString& filter;
+        QString kept = std::exchange(filter, QString());
+        ~OuterFilter() { filter = std::move(kept); }
+    } outer{pivotFilter_};
     QString sql = selectCore(s);
     for (const Select *next = s.unionNext.get(), *prev = &s; next;
          prev = next, next = next->unionNext.get())

@@ -284,6 +284,15 @@ TEST_F(SiteDatabase, CrosstabColumnsAreThePivotValuesInOrder) {
     ASSERT_EQ(fixed->fieldCount(), 3);
     EXPECT_EQ(fixed->field(1).name(), u"VOID");
     EXPECT_EQ(fixed->field(2).name(), u"NONE");
+
+    // A subquery in the value counts its own rows, not the cell's.
+    auto shares =
+        query(u"TRANSFORM Count(*) / (SELECT Count(*) FROM tblActors) SELECT "
+              "tbltrans.fldtransregnum as [Register] "_s +
+              kJoin + u"GROUP BY tbltrans.fldtransregnum PIVOT lkpActions.fldActionCode"_s);
+    EXPECT_EQ(shares->field(u"SALE").value(), vb::Variant(0.5));
+    shares->moveNext();
+    EXPECT_EQ(shares->field(u"SALE").value(), vb::Variant(1.0));
 }
 
 TEST_F(SiteDatabase, UnknownNamesAndBrokenTextFailInTheDialectsWords) {
