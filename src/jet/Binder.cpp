@@ -90,10 +90,7 @@ private:
 
     // In a query that groups, everything shown must be an aggregate or made of what it groups by.
     void checkGrouping(const Select& s, bool ownsOrder) const {
-        bool aggregates = !s.groupBy.empty() || (s.having && containsAggregate(*s.having));
-        for (const SelectItem& item : s.items)
-            aggregates = aggregates || containsAggregate(*item.expr);
-        if (!aggregates) return;
+        if (!groupsRows(s)) return;
         QStringList groupTexts;
         for (const ExprPtr& g : s.groupBy)
             groupTexts << printExpression(*g).toLower();
@@ -107,13 +104,6 @@ private:
         if (ownsOrder)
             for (const OrderItem& o : s.orderBy)
                 check(*o.expr);
-    }
-
-    static bool containsAggregate(const Expr& e) {
-        if (e.kind == ExprKind::Function && isAggregateFunction(e.name)) return true;
-        for (const ExprPtr& a : e.args)
-            if (containsAggregate(*a)) return true;
-        return false;
     }
 
     // The first part of e that is neither aggregated nor grouped by; null when there is none.

@@ -721,6 +721,13 @@ QString valueColumn(int place) {
     return u"\"v"_s + QString::number(place + 1) + u'"';
 }
 
+// The dialect writes through a join only where each of its rows stands for rows of tables: not
+// through a subquery that groups, removes duplicates or is a union.
+bool updatable(const JoinedSource& source) {
+    const Select* s = source.ref->subquery.get();
+    return !s || (!groupsRows(*s) && !s->distinct && !s->unionNext);
+}
+
 // A table UPDATE writes, with what it writes there: column and the place of its value.
 struct WrittenTable {
     const JoinedSource* source = nullptr;
@@ -794,6 +801,7 @@ SqliteGenerator::Commands SqliteGenerator::update(const Update& s) const {
 SqliteGenerator::Commands SqliteGenerator::updateJoin(const Update& s) const {
     const std::span<const TableRefPtr> from(&s.target, 1);
     const std::vector<JoinedSource> sources = joinedSources(from);
+    if (!std::all_of(sources.begin(), sources.end(), updatable)) raise(err::NotUpdatable);
     std::vector<WrittenTable> written;
     QStringList values;
     for (const Assignment& a : s.assignments) {

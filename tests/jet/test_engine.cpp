@@ -1,5 +1,7 @@
+#include "jet/Binder.h"
 #include "jet/FunctionRegistry.h"
 #include "jet/JetError.h"
+#include "jet/Parser.h"
 #include "jet/SqliteDatabase.h"
 #include "jet/SqliteFunctions.h"
 
@@ -968,4 +970,406 @@ TEST_F(TypedWrites, ASavedSearchOrATemplateWithTextInANumberIsRefused) {
     EXPECT_EQ(searches->field(u"fldRegister").value(), vb::Variant(12));
     EXPECT_EQ(searches->field(u"fldModifier").value(), vb::Variant(std::int16_t(0)));
     EXPECT_EQ(query(u"select * from tblfixedreports"_s)->recordCount(), 0u);
+}
+
+namespace {
+
+// The tables the query designer's stored statements are tried on. Table2 matches the first row
+// of Table1 once and the second twice, and has a row of its own; Table3 matches two rows of
+// Table2 by col2.
+class StoredStatements : public TypedWrites {
+protected:
+    void SetUp() override {
+        TypedWrites::SetUp();
+        db_->executeScript(uR"(
+CREATE TABLE Table1 (id LONG, col1 TEXT(50), col2 LONG)
+--
+CREATE TABLE Table2 (id LONG, col2 LONG)
+--
+CREATE TABLE Table3 (col2 LONG, label TEXT(10))
+--
+INSERT INTO Table1 VALUES (1, 'a', 10)
+--
+INSERT INTO Table1 VALUES (2, 'b', 20)
+--
+INSERT INTO Table1 VALUES (3, 'c', 30)
+--
+INSERT INTO Table2 VALUES (1, 5)
+--
+INSERT INTO Table2 VALUES (2, 7)
+--
+INSERT INTO Table2 VALUES (2, 8)
+--
+INSERT INTO Table2 VALUES (4, 99)
+--
+INSERT INTO Table3 VALUES (5, 'five')
+--
+INSERT INTO Table3 VALUES (8, 'eight')
+)"_s);
+    }
+
+    // Every row of a table in its own order: "1 a 10; 2 b 20", Null as "Null".
+    QString rows(const QString& table) {
+        auto rs = query(u"SELECT * FROM "_s + table);
+        QStringList lines;
+        for (std::size_t r = 0; r < rs->recordCount(); ++r) {
+            QStringList fields;
+            for (int f = 0; f < rs->fieldCount(); ++f) {
+                const vb::Variant v = rs->valueAt(r, f);
+                fields << (v.isNull() ? u"Null"_s : vb::cstr(v));
+            }
+            lines << fields.join(u' ');
+        }
+        return lines.join(u"; "_s);
+    }
+
+    // Runs a case and takes back what it wrote, so that the next case starts from the same rows.
+    template <typename Work> void andUndo(Work work) {
+        writePast("SAVEPOINT test_case");
+        work();
+        writePast("ROLLBACK TO test_case; RELEASE test_case");
+    }
+
+    // A statement that writes: how many rows it says it changed, and then the rows of the tables
+    // it names (table, rows) as rows() gives them.
+    struct Write {
+        const char* statement;
+        long long changed;
+        std::vector<std::pair<QString, QString>> tables;
+    };
+
+    void expectWrites(std::initializer_list<Write> cases) {
+        for (const Write& c : cases) {
+            SCOPED_TRACE(c.statement);
+            andUndo([&] {
+                EXPECT_EQ(db_->execute(QString::fromUtf8(c.statement)), c.changed);
+                for (const auto& [table, expected] : c.tables)
+                    EXPECT_EQ(rows(table), expected) << table.toStdString();
+            });
+        }
+    }
+
+    // A statement that fails with the error, and with its message where one is given.
+    void expectFailure(const char* text, int number, const char* message = nullptr) {
+        SCOPED_TRACE(text);
+        try {
+            db_->execute(QString::fromUtf8(text));
+            ADD_FAILURE() << "ran";
+        } catch (const vb::VbError& e) {
+            EXPECT_EQ(e.number(), number);
+            if (message) {
+                EXPECT_EQ(e.description(), QString::fromUtf8(message));
+            }
+        }
+    }
+
+    // Statements refused with an error, after which every table is as it was.
+    void expectRefused(std::initializer_list<std::pair<const char*, int>> cases) {
+        const QString before = rows(u"Table1"_s) + rows(u"Table2"_s) + rows(u"Table3"_s);
+        for (const auto& [statement, error] : cases) {
+            SCOPED_TRACE(statement);
+            EXPECT_EQ(errorOf([&] { db_->execute(QString::fromUtf8(statement)); }), error);
+            EXPECT_EQ(rows(u"Table1"_s) + rows(u"Table2"_s) + rows(u"Table3"_s), before);
+        }
+    }
+};
+
+const QString kTable1 = u"Table1"_s, kTable2 = u"Table2"_s, kTable3 = u"Table3"_s;
+
+} // namespace
+
+TEST_F(StoredStatements, UpdateWritesTheTablesOfItsJoinOncePerRowTheLastMatchWinning) {
+    expectWrites({
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET Table1.col2 = "
+         "[Table2].[col2]+1 WHERE (((Table2.id)=1));",
+         1,
+         {{kTable1, u"1 a 6; 2 b 20; 3 c 30"_s}}},
+        // Row 2 matches twice: each match counts, and the last one's value stays. Values come
+        // from the rows as they were, not from an earlier match's write.
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET Table1.col2 = Table1.col2 + "
+         "Table2.col2",
+         3,
+         {{kTable1, u"1 a 15; 2 b 28; 3 c 30"_s}}},
+        // Joins nested in parentheses; two tables written at once, each from the other's old value.
+        {"UPDATE (Table1 INNER JOIN Table2 ON Table1.id = Table2.id) INNER JOIN Table3 ON "
+         "Table2.col2 = Table3.col2 SET Table1.col1 = Table3.label, Table3.col2 = Table1.col2, "
+         "Table1.col2 = Table3.col2",
+         2,
+         {{kTable1, u"1 five 5; 2 eight 8; 3 c 30"_s}, {kTable3, u"10 five; 20 eight"_s}}},
+        // A row of the kept side that nothing matches is written with the other side's Nulls.
+        {"UPDATE Table1 LEFT JOIN Table2 ON Table1.id = Table2.id SET Table1.col2 = Table2.col2",
+         4,
+         {{kTable1, u"1 a 5; 2 b 8; 3 c Null"_s}}},
+        // Where the join has no row of the table SET writes, the row is added.
+        {"UPDATE Table1 RIGHT JOIN Table2 ON Table1.id = Table2.id SET Table1.id = Table2.id, "
+         "Table1.col2 = Table2.col2",
+         4,
+         {{kTable1, u"1 a 5; 2 b 8; 3 c 30; 4 Null 99"_s}, {kTable2, u"1 5; 2 7; 2 8; 4 99"_s}}},
+        {"UPDATE Table1 AS a INNER JOIN Table2 AS b ON a.id = b.id SET a.col1 = a.col1 & b.col2 "
+         "WHERE b.col2 < 8 WITH OWNERACCESS OPTION",
+         2,
+         {{kTable1, u"1 a5 10; 2 b7 20; 3 c 30"_s}}},
+        // A table read through a subquery that does not group is written as any other.
+        {"UPDATE Table1 INNER JOIN (SELECT id, col2 FROM Table2 WHERE col2 > 6) AS s ON Table1.id "
+         "= s.id SET Table1.col1 = 'x' & s.col2",
+         2,
+         {{kTable1, u"1 a 10; 2 x8 20; 3 c 30"_s}}},
+        {"UPDATE DISTINCTROW Table1 SET Table1.col1 = 'b';",
+         3,
+         {{kTable1, u"1 b 10; 2 b 20; 3 b 30"_s}}},
+        {"UPDATE Table1 AS x SET x.col2 = x.col2 * 2 WHERE x.id = 3",
+         1,
+         {{kTable1, u"1 a 10; 2 b 20; 3 c 60"_s}}},
+    });
+}
+
+TEST_F(StoredStatements, UpdateThroughAJoinStoresValuesAsTheirColumnsKeepThem) {
+    EXPECT_EQ(db_->execute(u"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET "
+                           "Table1.col2 = '1' & Table2.col2, Table1.col1 = Table2.col2 * 2 WHERE "
+                           "Table2.id = 1"_s),
+              1);
+    EXPECT_EQ(stored("col2", "Table1", 1), "integer:15");
+    EXPECT_EQ(stored("col1", "Table1", 1), "text:10");
+    // No helper table stays behind.
+    EXPECT_EQ(raw("SELECT count(*) FROM temp.sqlite_master"), "0");
+}
+
+TEST_F(StoredStatements, UpdatesTheDialectCannotWriteAreRefusedAndWriteNothing) {
+    expectRefused({
+        // One text that is no number fails the whole statement.
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET Table1.col2 = 'x' & "
+         "Table2.col2 WHERE Table2.col2 = 8",
+         vb::err::TypeMismatch},
+        {"UPDATE Table1 INNER JOIN (SELECT id, col2 FROM Table2) AS s ON Table1.id = s.id SET "
+         "s.col2 = 1",
+         jet::err::NotUpdatable},
+        // A join to a grouping query makes nothing writable, whichever table SET names.
+        {"UPDATE Table1 INNER JOIN (SELECT id, max(col2) AS most FROM Table2 GROUP BY id) AS s ON "
+         "Table1.id = s.id SET Table1.col2 = s.most",
+         jet::err::NotUpdatable},
+        {"UPDATE Table1 INNER JOIN (SELECT DISTINCT id FROM Table2) AS s ON Table1.id = s.id SET "
+         "Table1.col2 = 1",
+         jet::err::NotUpdatable},
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET col2 = 1",
+         jet::err::AmbiguousField},
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET Table1.nope = 1",
+         jet::err::TooFewParameters},
+        {"UPDATE Table1 SET Table2.col2 = 1", jet::err::TooFewParameters},
+        {"UPDATE Table1 INNER JOIN Table9 ON Table1.id = Table9.id SET Table1.col2 = 1",
+         jet::err::NoInputTable},
+        {"UPDATE DISTINCT Table1 SET col2 = 1", jet::err::UpdateSyntax},
+    });
+}
+
+TEST_F(StoredStatements, DeleteTakesTheRowsOfTheTablesItsListNames) {
+    expectWrites({
+        {"DELETE Table1.* FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id WHERE "
+         "Table2.col2 = 8;",
+         1,
+         {{kTable1, u"1 a 10; 3 c 30"_s}, {kTable2, u"1 5; 2 7; 2 8; 4 99"_s}}},
+        // The designer lists the column it tests too; a row matched twice goes once.
+        {"DELETE DISTINCTROW Table1.*, Table2.col2 FROM Table1 INNER JOIN Table2 ON Table1.id = "
+         "Table2.id WHERE (((Table2.col2)>6));",
+         1,
+         {{kTable1, u"1 a 10; 3 c 30"_s}, {kTable2, u"1 5; 2 7; 2 8; 4 99"_s}}},
+        // Without a table.*, the tables of the columns named.
+        {"DELETE Table2.col2 FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id WHERE "
+         "Table1.col1 = 'b'",
+         2,
+         {{kTable1, u"1 a 10; 2 b 20; 3 c 30"_s}, {kTable2, u"1 5; 4 99"_s}}},
+        // Rows of two tables, as the join matched them before either lost one.
+        {"DELETE Table1.*, Table2.* FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id WHERE "
+         "Table2.col2 = 5",
+         2,
+         {{kTable1, u"2 b 20; 3 c 30"_s}, {kTable2, u"2 7; 2 8; 4 99"_s}}},
+        {"DELETE t.* FROM Table1 AS t, Table2 AS u WHERE t.id = u.id AND u.col2 = 7",
+         1,
+         {{kTable1, u"1 a 10; 3 c 30"_s}}},
+        {"DELETE Table1.* FROM Table1 LEFT JOIN Table2 ON Table1.id = Table2.id WHERE Table2.id "
+         "Is Null WITH OWNERACCESS OPTION",
+         1,
+         {{kTable1, u"1 a 10; 2 b 20"_s}}},
+        {"DELETE Table2.* FROM (Table1 INNER JOIN Table2 ON Table1.id = Table2.id) INNER JOIN "
+         "Table3 ON Table2.col2 = Table3.col2",
+         2,
+         {{kTable2, u"2 7; 4 99"_s}}},
+        {"DELETE FROM Table1 AS x WHERE x.col2 > 15", 2, {{kTable1, u"1 a 10"_s}}},
+    });
+}
+
+TEST_F(StoredStatements, DeleteFromSeveralSourcesMustNameATableOfThem) {
+    expectRefused({
+        {"DELETE * FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id",
+         jet::err::DeleteWhichTable},
+        {"DELETE FROM Table1, Table2 WHERE Table1.id = Table2.id", jet::err::DeleteWhichTable},
+        {"DELETE Table9.* FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id",
+         jet::err::NoInputTable},
+        {"DELETE s.* FROM Table1 INNER JOIN (SELECT id FROM Table2) AS s ON Table1.id = s.id",
+         jet::err::CannotDeleteFrom},
+        {"DELETE * FROM (SELECT id FROM Table2) AS s", jet::err::CannotDeleteFrom},
+        {"DELETE Table1.* FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id WHERE nope = 1",
+         jet::err::TooFewParameters},
+    });
+}
+
+TEST_F(StoredStatements, DesignerTextRunsWithItsOptionsAndLineBreaks) {
+    expectWrites({
+        {"INSERT INTO Table2 ( id, col2 ) SELECT DISTINCTROW TOP 2 Table1.id, Table1.col2 FROM "
+         "Table1 ORDER BY Table1.col2 DESC WITH OWNERACCESS OPTION;\r\n\r\n  ",
+         2,
+         {{kTable2, u"1 5; 2 7; 2 8; 4 99; 3 30; 2 20"_s}}},
+        {"INSERT INTO Table3 IN '' VALUES (1, 'one') WITH OWNERACCESS OPTION", 1, {}},
+        {"SELECT Table1.* INTO Table4 IN '' FROM Table1 IN '' WHERE Table1.id > 1;",
+         2,
+         {{u"Table4"_s, u"2 b 20; 3 c 30"_s}}},
+    });
+    const struct {
+        const char* text;
+        QString rows; // the first column of each row
+    } reads[] = {
+        {"SELECT DISTINCTROW Table1.col1 FROM Table1 WITH OWNERACCESS OPTION;", u"a b c"_s},
+        {"SELECT Table1.col1\r\nFROM Table1\r\nWHERE Table1.id = 2;\r\n\r\n", u"b"_s},
+        // "--" is two minus signs.
+        {"SELECT Table1.col2 --1 AS x FROM Table1 WHERE id = 1", u"11"_s},
+        {"TRANSFORM Sum(col2) SELECT id FROM Table2 GROUP BY id PIVOT 'all' WITH OWNERACCESS "
+         "OPTION",
+         u"1 2 4"_s},
+    };
+    for (const auto& r : reads) {
+        SCOPED_TRACE(r.text);
+        auto rs = query(QString::fromUtf8(r.text));
+        QStringList firsts;
+        for (std::size_t i = 0; i < rs->recordCount(); ++i)
+            firsts << vb::cstr(rs->valueAt(i, 0));
+        EXPECT_EQ(firsts.join(u' '), r.rows);
+    }
+    EXPECT_EQ(errorOf([&] { db_->execute(u"SELECT * INTO Table5 IN 'other.mdb' FROM Table1"_s); }),
+              jet::err::FileNotFound);
+    EXPECT_EQ(errorOf([&] { query(u"select * from Table5"_s); }), jet::err::NoInputTable);
+}
+
+TEST_F(StoredStatements, DeclaredParametersAreTypedAsDeclaredAndAskedForWhenRun) {
+    const jet::Statement statement = jet::parseStatement(
+        u"PARAMETERS [Start Date] DateTime, Reg Short, [x] Text ( 255 ), v Value, [Forms]![f]![n] "
+        "IEEESingle, id Text; SELECT [Start Date] + 1, Reg, x, v, [Forms]![f]![n], id, "
+        "Table1.col2 * Reg FROM Table1"_s);
+    const jet::Binding binding =
+        jet::bindStatement(statement, jet::Catalog::fromSqlite(db_->handle()));
+    std::vector<jet::SqlType> types;
+    for (const jet::OutputColumn& out : binding.outputs(&std::get<jet::Select>(statement)))
+        types.push_back(out.type.type);
+    // A declared name that a column answers to is the column (id stays a Long).
+    EXPECT_EQ(types, (std::vector<jet::SqlType>{jet::SqlType::Date, jet::SqlType::Integer,
+                                                jet::SqlType::Text, jet::SqlType::Unknown,
+                                                jet::SqlType::Single, jet::SqlType::Long,
+                                                jet::SqlType::Long}));
+    ASSERT_EQ(binding.parameters().size(), 6u);
+    EXPECT_EQ(binding.parameters()[4].name, u"Forms.f.n"_s);
+
+    // Nothing hands this engine their values: each run asks for all that are declared.
+    const struct {
+        const char* text;
+        int error;
+        const char* message;
+    } runs[] = {
+        {"PARAMETERS [p] Long; SELECT Table1.* FROM Table1 WHERE Table1.id=[p];",
+         jet::err::TooFewParameters, "Too few parameters. Expected 1."},
+        {"PARAMETERS a Long, b Text; SELECT Table1.* FROM Table1 WHERE Table1.id = a",
+         jet::err::TooFewParameters, "Too few parameters. Expected 2."},
+        {"PARAMETERS a Long; UPDATE Table1 SET col2 = a", jet::err::TooFewParameters,
+         "Too few parameters. Expected 1."},
+        // What the binder refuses comes first; an undeclared name is named.
+        {"PARAMETERS a Long; SELECT nofunction(a) FROM Table1", jet::err::UndefinedFunction,
+         "Undefined function 'nofunction' in expression."},
+        {"PARAMETERS a Long; SELECT a + b FROM Table1", jet::err::TooFewParameters,
+         "Too few parameters. Expected 1. (Unknown name 'b'.)"},
+    };
+    for (const auto& r : runs)
+        expectFailure(r.text, r.error, r.message);
+    EXPECT_EQ(rows(kTable1), u"1 a 10; 2 b 20; 3 c 30"_s);
+}
+
+namespace {
+
+QString fieldTypes(const rs::Recordset& rs) {
+    QStringList types;
+    for (int i = 0; i < rs.fieldCount(); ++i)
+        types << rs.field(i).name() + u':' + QString::number(static_cast<int>(rs.field(i).type()));
+    return types.join(u' ');
+}
+
+} // namespace
+
+TEST_F(StoredStatements, AlterTableAddsColumnsOfTheDialectsTypesAndDropsThem) {
+    const struct {
+        const char* definition;
+        rs::AdoType type;
+        int size;
+    } added[] = {
+        {"c3 TEXT(10)", rs::AdoType::VarWChar, 10}, {"[c 4] Long", rs::AdoType::Integer, 0},
+        {"c5 DateTime", rs::AdoType::Date, 0},      {"c6 Currency", rs::AdoType::Currency, 0},
+        {"c7 YesNo", rs::AdoType::Boolean, 0},      {"c8 Short", rs::AdoType::SmallInt, 0},
+        {"c9 Memo", rs::AdoType::LongVarWChar, 0},  {"c10 IEEESingle", rs::AdoType::Single, 0},
+    };
+    for (const auto& a : added) {
+        SCOPED_TRACE(a.definition);
+        const QString definition = QString::fromUtf8(a.definition);
+        EXPECT_EQ(db_->execute(u"ALTER TABLE Table2 ADD COLUMN "_s + definition + u';'), 0);
+        auto rs = query(u"SELECT * FROM Table2"_s);
+        const int last = rs->fieldCount() - 1;
+        EXPECT_EQ(rs->field(last).type(), a.type);
+        EXPECT_EQ(rs->field(last).definedSize(), a.size);
+        EXPECT_TRUE(rs->valueAt(0, last).isNull());
+    }
+    // Writes convert as the added columns keep their values.
+    EXPECT_EQ(db_->execute(u"UPDATE Table2 SET [c 4] = '12', c5 = '3/28/2003' WHERE col2 = 5"_s),
+              1);
+    EXPECT_EQ(stored("\"c 4\"", "Table2", 1), "integer:12");
+    EXPECT_EQ(stored("c5", "Table2", 1), "integer:37708");
+
+    EXPECT_EQ(db_->execute(u"ALTER TABLE Table2 DROP COLUMN c3"_s), 0);
+    EXPECT_EQ(db_->execute(u"alter table Table2 drop [c 4]"_s), 0);
+    EXPECT_EQ(errorOf([&] { query(u"SELECT c3 FROM Table2"_s); }), jet::err::TooFewParameters);
+    EXPECT_EQ(fieldTypes(*query(u"SELECT id, col2, c5 FROM Table2"_s)), u"id:3 col2:3 c5:7"_s);
+
+    // A session's own table changes too, and the next statement sees it.
+    db_->execute(u"SELECT id INTO tblTemp7 FROM Table1"_s);
+    db_->execute(u"ALTER TABLE tblTemp7 ADD COLUMN n Long"_s);
+    EXPECT_EQ(db_->execute(u"UPDATE tblTemp7 SET n = id * 2"_s), 3);
+    EXPECT_EQ(vb::cstr(query(u"SELECT sum(n) FROM tblTemp7"_s)->valueAt(0, 0)), u"12"_s);
+}
+
+TEST_F(StoredStatements, AlterTableRefusesWhatSqliteCannotChange) {
+    db_->execute(u"CREATE TABLE Empty (a LONG)"_s);
+    // An empty table takes a column that must be given.
+    EXPECT_EQ(db_->execute(u"ALTER TABLE Empty ADD COLUMN b TEXT(5) NOT NULL"_s), 0);
+    EXPECT_NE(errorOf([&] { db_->execute(u"INSERT INTO Empty (a) VALUES (1)"_s); }), 0);
+
+    const struct {
+        const char* text;
+        int error;
+        const char* message;
+    } refused[] = {
+        {"ALTER TABLE Table2 ADD COLUMN col2 LONG", jet::err::FieldExists,
+         "Field 'col2' already exists in table 'Table2'."},
+        {"ALTER TABLE Table2 DROP COLUMN nope", jet::err::NoSuchField,
+         "There is no field named 'nope' in table 'Table2'."},
+        {"ALTER TABLE Table9 ADD COLUMN a LONG", jet::err::NoSuchTable,
+         "Table 'Table9' does not exist."},
+        {"ALTER TABLE tblTrans DROP COLUMN fldTransTime", jet::err::IndexedField, nullptr},
+        {"ALTER TABLE tblTrans DROP COLUMN idftransid", jet::err::IndexedField, nullptr},
+        {"ALTER TABLE Table2 ALTER COLUMN col2 TEXT(10)", jet::err::NotSupported, nullptr},
+        {"ALTER TABLE Table2 ADD COLUMN n COUNTER", jet::err::NotSupported, nullptr},
+        {"ALTER TABLE Table2 ADD COLUMN n LONG PRIMARY KEY", jet::err::NotSupported, nullptr},
+        {"ALTER TABLE Table2 ADD CONSTRAINT pk PRIMARY KEY (id)", jet::err::NotSupported, nullptr},
+        {"ALTER TABLE Table2 ADD COLUMN n BLOB", jet::err::AlterTableSyntax, nullptr},
+        {"PARAMETERS a Long; ALTER TABLE Table2 ADD COLUMN n LONG", jet::err::InvalidStatement,
+         nullptr},
+    };
+    const QString table2 = fieldTypes(*query(u"SELECT * FROM Table2"_s));
+    const QString trans = fieldTypes(*query(u"SELECT * FROM tblTrans"_s));
+    for (const auto& r : refused)
+        expectFailure(r.text, r.error, r.message);
+    EXPECT_EQ(fieldTypes(*query(u"SELECT * FROM Table2"_s)), table2);
+    EXPECT_EQ(fieldTypes(*query(u"SELECT * FROM tblTrans"_s)), trans);
 }
