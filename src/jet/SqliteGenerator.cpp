@@ -745,6 +745,29 @@ struct WrittenTable {
     }
 };
 
+// The commands that write one table's kept values (rows of the join in column `row`): the last
+// match of each of its rows, and, where an outer join may lack its row, the new rows.
+SqliteGenerator::Commands writeBack(const WrittenTable& w, const QString& row) {
+    const QString target = SqliteGenerator::quoted(w.table->name);
+    QStringList sets, names, given;
+    for (const auto& [column, place] : w.columns) {
+        sets << column + u" = jet_match."_s + valueColumn(place);
+        names << column;
+        given << valueColumn(place);
+    }
+    SqliteGenerator::Commands commands{
+        {u"UPDATE "_s + target + u" SET "_s + sets.join(u", "_s) + u" FROM (SELECT * FROM "_s +
+             kMatches + u" WHERE rowid IN (SELECT max(rowid) FROM "_s + kMatches + u" GROUP BY "_s +
+             row + u")) AS jet_match WHERE "_s + target + u".rowid = jet_match."_s + row,
+         false}};
+    if (w.source->optional)
+        commands.push_back({insertInto(w.table->name, names) + u"SELECT "_s + given.join(u", "_s) +
+                                u" FROM "_s + kMatches + u" WHERE "_s + row +
+                                u" IS NULL ORDER BY rowid"_s,
+                            false});
+    return commands;
+}
+
 } // namespace
 
 // A temporary table of the rows `from` gives that `where` keeps: for each table of `rowsOf` its
@@ -822,25 +845,8 @@ SqliteGenerator::Commands SqliteGenerator::updateJoin(const Update& s) const {
         rowsOf.push_back(w.source->ref);
     Commands commands = matches(from, s.where.get(), rowsOf, values, true);
     for (std::size_t i = 0; i < written.size(); ++i) {
-        const WrittenTable& w = written[i];
-        const QString target = quoted(w.table->name), row = rowColumn(i);
-        QStringList sets, names, given;
-        for (const auto& [column, place] : w.columns) {
-            sets << column + u" = jet_match."_s + valueColumn(place);
-            names << column;
-            given << valueColumn(place);
-        }
-        commands.push_back({u"UPDATE "_s + target + u" SET "_s + sets.join(u", "_s) +
-                                u" FROM (SELECT * FROM "_s + kMatches +
-                                u" WHERE rowid IN (SELECT max(rowid) FROM "_s + kMatches +
-                                u" GROUP BY "_s + row + u")) AS jet_match WHERE "_s + target +
-                                u".rowid = jet_match."_s + row,
-                            false});
-        if (w.source->optional)
-            commands.push_back({insertInto(w.table->name, names) + u"SELECT "_s +
-                                    given.join(u", "_s) + u" FROM "_s + kMatches + u" WHERE "_s +
-                                    row + u" IS NULL ORDER BY rowid"_s,
-                                false});
+        const Commands table = writeBack(written[i], rowColumn(i));
+        commands.insert(commands.end(), table.begin(), table.end());
     }
     commands.push_back({kDropMatches, false});
     return commands;
