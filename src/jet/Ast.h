@@ -156,7 +156,7 @@ struct Assignment {
 
 struct Update {
     std::vector<Parameter> parameters;
-    TableRefPtr target; // a table or a join; SET may write the columns of any of its tables
+    std::vector<TableRefPtr> from; // tables or joins; SET may write the columns of any table
     std::vector<Assignment> assignments;
     ExprPtr where;
 };

@@ -311,8 +311,7 @@ QString Printer::operator()(const Update& u) const {
     QStringList assignments;
     for (const Assignment& a : u.assignments)
         assignments << expr(*a.column) + u" = "_s + expr(*a.value);
-    return u"UPDATE "_s + source(*u.target) + u" SET "_s + assignments.join(u", "_s) +
-           where(u.where);
+    return u"UPDATE "_s + sources(u.from) + u" SET "_s + assignments.join(u", "_s) + where(u.where);
 }
 
 // The tables the list names matter only where the sources are several.

@@ -497,7 +497,7 @@ Binding bindStatement(const Statement& statement, const Catalog& catalog) {
                 for (const Assignment& a : s.assignments)
                     exprs.insert(exprs.end(), {a.column.get(), a.value.get()});
                 exprs.push_back(s.where.get());
-                binder.bindOnSources(std::span(&s.target, 1), exprs);
+                binder.bindOnSources(s.from, exprs);
             } else {
                 (void)s;
             }

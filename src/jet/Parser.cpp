@@ -75,7 +75,8 @@ private:
         add(i.select.get(), 1);
     }
     void addRoots(const Update& u) {
-        add(u.target.get(), 1);
+        for (const TableRefPtr& ref : u.from)
+            add(ref.get(), 1);
         for (const Assignment& a : u.assignments)
             add(a.value.get(), 1);
         add(u.where.get(), 1);
@@ -667,13 +668,15 @@ Statement Parser::insert() {
     return ins;
 }
 
-// UPDATE [DISTINCTROW] table-or-join SET ... [WHERE ...]. DISTINCTROW, which the designer
-// writes for unique records, changes nothing: every row the join finds is written once.
+// UPDATE [DISTINCTROW] sources SET ... [WHERE ...], the sources as FROM takes them. DISTINCTROW,
+// which the designer writes for unique records, changes nothing: every row is written once.
 Statement Parser::update() {
     ++pos_;
     acceptWord(u"DISTINCTROW");
     Update u;
-    u.target = source();
+    do
+        u.from.push_back(source());
+    while (acceptSymbol(u","));
     expectWord(u"SET");
     do {
         Assignment a;

@@ -800,9 +800,10 @@ SqliteGenerator::Commands SqliteGenerator::matches(std::span<const TableRefPtr> 
 }
 
 SqliteGenerator::Commands SqliteGenerator::update(const Update& s) const {
-    if (s.target->kind != TableRef::Kind::Table) return updateJoin(s);
-    const CatalogTable* table = catalog_.table(s.target->name);
-    if (!table) raise(err::NoInputTable, s.target->name);
+    const TableRef& target = *s.from.front();
+    if (s.from.size() > 1 || target.kind != TableRef::Kind::Table) return updateJoin(s);
+    const CatalogTable* table = catalog_.table(target.name);
+    if (!table) raise(err::NoInputTable, target.name);
     QStringList sets;
     for (const Assignment& a : s.assignments) {
         const ResolvedColumn* c = binding_.column(a.column.get());
@@ -810,20 +811,19 @@ SqliteGenerator::Commands SqliteGenerator::update(const Update& s) const {
         if (!column) raise(err::NotUpdatable);
         sets << quoted(column->name) + u" = "_s + storedValue(*a.value, column->type);
     }
-    QString sql = u"UPDATE "_s + tableRef(*s.target) + u" SET "_s + sets.join(u", "_s);
+    QString sql = u"UPDATE "_s + tableRef(target) + u" SET "_s + sets.join(u", "_s);
     if (s.where) sql += u" WHERE "_s + condition(*s.where);
     return {{sql}};
 }
 
-// UPDATE through a join writes the columns of any of its tables. All values are worked out
-// before any is written, from the rows as they were. A row that several rows of the join match
-// is written once, with the values of the last match (the dialect writes it once per match,
-// so the last one stays), and the rows changed are counted as the dialect counts them: one per
-// row of the join. Where an outer join found no row of a table that SET writes, the dialect adds
-// one, so its values go in as a new row.
+// UPDATE through a join (or several sources) writes the columns of any of its tables. All values
+// are worked out before any is written, from the rows as they were. A row that several rows of the
+// join match is written once, with the values of the last match (the dialect writes it once per
+// match, so the last one stays), and the rows changed are counted as the dialect counts them: one
+// per row of the join. Where an outer join found no row of a table that SET writes, the dialect
+// adds one, so its values go in as a new row.
 SqliteGenerator::Commands SqliteGenerator::updateJoin(const Update& s) const {
-    const std::span<const TableRefPtr> from(&s.target, 1);
-    const std::vector<JoinedSource> sources = joinedSources(from);
+    const std::vector<JoinedSource> sources = joinedSources(s.from);
     if (!std::all_of(sources.begin(), sources.end(), updatable)) raise(err::NotUpdatable);
     std::vector<WrittenTable> written;
     QStringList values;
@@ -843,7 +843,7 @@ SqliteGenerator::Commands SqliteGenerator::updateJoin(const Update& s) const {
     std::vector<const TableRef*> rowsOf;
     for (const WrittenTable& w : written)
         rowsOf.push_back(w.source->ref);
-    Commands commands = matches(from, s.where.get(), rowsOf, values, true);
+    Commands commands = matches(s.from, s.where.get(), rowsOf, values, true);
     for (std::size_t i = 0; i < written.size(); ++i) {
         const Commands table = writeBack(written[i], rowColumn(i));
         commands.insert(commands.end(), table.begin(), table.end());

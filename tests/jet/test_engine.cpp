@@ -1064,6 +1064,8 @@ TEST_F(StoredStatements, UpdateWritesTheTablesOfItsJoinOncePerRowTheLastMatchWin
         {"UPDATE Table1 RIGHT JOIN Table2 ON Table1.id = Table2.id SET Table1.id = Table2.id, "
          "Table1.col2 = Table2.col2 WITH OWNERACCESS OPTION",
          4, "Table1", u"1 a 5; 2 b 8; 3 c 30; 4 Null 99"_s},
+        {"UPDATE Table1, Table2 SET Table1.col1 = Table2.col2 WHERE Table1.id = Table2.id + 1", 3,
+         "Table1", u"1 a 10; 2 5 20; 3 8 30"_s},
         {"UPDATE Table1 INNER JOIN (SELECT id, col2 FROM Table2 WHERE col2 > 6) AS s ON Table1.id "
          "= s.id SET Table1.col1 = 'x' & s.col2",
          2, "Table1", u"1 a 10; 2 x8 20; 3 c 30"_s},
