@@ -8,6 +8,7 @@
 #include <QString>
 #include <memory>
 #include <optional>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -108,7 +109,15 @@ struct Top {
     bool percent = false;
 };
 
+// PARAMETERS name type, ...; ahead of a query: the values it asks for, and their types.
+struct Parameter {
+    QString name;     // as written; the parts of a dotted name ([Forms]![f]![x]) joined by "."
+    QString typeName; // upper case, as written: LONG, DATETIME, TEXT, VALUE, ...
+    int size = 0;     // Text (n)
+};
+
 struct Select {
+    std::vector<Parameter> parameters; // a statement's own, never a subquery's
     bool distinct = false;
     bool distinctRow = false;
     std::optional<Top> top;
@@ -125,6 +134,7 @@ struct Select {
 
 // TRANSFORM aggregate SELECT ... PIVOT expr [IN (values)]
 struct Transform {
+    std::vector<Parameter> parameters;
     ExprPtr aggregate;
     std::unique_ptr<Select> select;
     ExprPtr pivot;
@@ -132,6 +142,7 @@ struct Transform {
 };
 
 struct Insert {
+    std::vector<Parameter> parameters;
     QString table;
     std::vector<QString> columns;   // empty: every column in order
     std::vector<ExprPtr> values;    // INSERT ... VALUES (...)
@@ -144,13 +155,19 @@ struct Assignment {
 };
 
 struct Update {
-    TableRefPtr target; // a table or a join
+    std::vector<Parameter> parameters;
+    std::vector<TableRefPtr> from; // tables or joins; SET may write the columns of any table
     std::vector<Assignment> assignments;
     ExprPtr where;
 };
 
+// DELETE [list] FROM sources [WHERE ...]. Whole rows go, so the list only says from which
+// tables, and only where the sources are several: those it names as table.*, or failing those,
+// the tables of the columns it names (the query designer lists the columns it tests as well).
 struct Delete {
-    QString table; // DELETE [*|t.*] FROM table
+    std::vector<Parameter> parameters;
+    std::vector<QString> targets;
+    std::vector<TableRefPtr> from;
     ExprPtr where;
 };
 
@@ -185,7 +202,29 @@ struct DropTable {
     QString name;
 };
 
-using Statement =
-    std::variant<Select, Transform, Insert, Update, Delete, CreateTable, CreateIndex, DropTable>;
+// ALTER TABLE table ADD [COLUMN] definition | DROP [COLUMN] name | ALTER [COLUMN] definition
+struct AlterTable {
+    enum class Action { AddColumn, DropColumn, AlterColumn };
+    QString table;
+    Action action = Action::AddColumn;
+    ColumnDef column; // DropColumn: the name alone
+};
+
+using Statement = std::variant<Select, Transform, Insert, Update, Delete, CreateTable, CreateIndex,
+                               DropTable, AlterTable>;
+
+// The PARAMETERS a statement declares; null for the statements that take none.
+template <typename S> auto* parametersOf(S& statement) {
+    return std::visit(
+        [](auto& s) {
+            using Declared = std::conditional_t<std::is_const_v<S>, const std::vector<Parameter>,
+                                                std::vector<Parameter>>;
+            if constexpr (requires { s.parameters; })
+                return static_cast<Declared*>(&s.parameters);
+            else
+                return static_cast<Declared*>(nullptr);
+        },
+        statement);
+}
 
 } // namespace jet

@@ -46,6 +46,27 @@ QString qualified(const QString& table, const QString& rest) {
     return table.isEmpty() ? rest : nameText(table) + u'.' + rest;
 }
 
+// A dotted name part by part ([Forms].[Orders].[From]), unless a part is empty.
+QString dottedText(const QString& name) {
+    const QStringList parts = name.split(u'.');
+    if (parts.contains(QString())) return nameText(name);
+    QStringList written;
+    for (const QString& part : parts)
+        written << nameText(part);
+    return written.join(u'.');
+}
+
+QString typeText(const QString& typeName, int size) {
+    return size > 0 ? typeName + u'(' + QString::number(size) + u')' : typeName;
+}
+
+QString parametersText(const std::vector<Parameter>& parameters) {
+    QStringList declared;
+    for (const Parameter& p : parameters)
+        declared << dottedText(p.name) + u' ' + typeText(p.typeName, p.size);
+    return u"PARAMETERS "_s + declared.join(u", "_s) + u"; "_s;
+}
+
 QString aliasText(const QString& alias) {
     return alias.isEmpty() ? QString() : u" AS "_s + nameText(alias);
 }
@@ -103,6 +124,7 @@ public:
     QString operator()(const CreateTable& c) const;
     QString operator()(const CreateIndex& c) const;
     QString operator()(const DropTable& d) const { return u"DROP TABLE "_s + nameText(d.name); }
+    QString operator()(const AlterTable& a) const;
 
     QString expr(const Expr& e) const;
 
@@ -118,6 +140,7 @@ private:
     QString core(const Select& s) const;
     QString item(const SelectItem& item) const;
     QString source(const TableRef& ref) const;
+    QString sources(const std::vector<TableRefPtr>& refs) const;
     QString where(const ExprPtr& condition) const;
 
     Grouping grouping_;
@@ -135,8 +158,8 @@ QString Printer::expr(const Expr& e) const {
     switch (e.kind) {
     case ExprKind::Literal:
         return literalText(e.value);
-    case ExprKind::Column:
-        return qualified(e.table, nameText(e.name));
+    case ExprKind::Column: // a qualified name of more parts is a parameter's
+        return e.table.isEmpty() ? nameText(e.name) : qualified(e.table, dottedText(e.name));
     case ExprKind::Star:
         return qualified(e.table, u"*"_s);
     case ExprKind::Unary:
@@ -231,10 +254,7 @@ QString Printer::core(const Select& s) const {
         items << item(i);
     text += u' ' + items.join(u", "_s);
     if (!s.into.isEmpty()) text += u" INTO "_s + nameText(s.into);
-    QStringList sources;
-    for (const TableRefPtr& ref : s.from)
-        sources << source(*ref);
-    if (!sources.isEmpty()) text += u" FROM "_s + sources.join(u", "_s);
+    if (!s.from.empty()) text += u" FROM "_s + sources(s.from);
     text += where(s.where);
     if (!s.groupBy.empty()) text += u" GROUP BY "_s + list(s.groupBy);
     if (s.having) text += u" HAVING "_s + expr(*s.having);
@@ -263,6 +283,13 @@ QString Printer::source(const TableRef& ref) const {
            expr(*ref.on);
 }
 
+QString Printer::sources(const std::vector<TableRefPtr>& refs) const {
+    QStringList written;
+    for (const TableRefPtr& ref : refs)
+        written << source(*ref);
+    return written.join(u", "_s);
+}
+
 QString Printer::operator()(const Transform& t) const {
     QString text = u"TRANSFORM "_s + expr(*t.aggregate) + u' ' + select(*t.select) + u" PIVOT "_s +
                    operand(*t.pivot, Precedence::Concat);
@@ -284,24 +311,47 @@ QString Printer::operator()(const Update& u) const {
     QStringList assignments;
     for (const Assignment& a : u.assignments)
         assignments << expr(*a.column) + u" = "_s + expr(*a.value);
-    return u"UPDATE "_s + source(*u.target) + u" SET "_s + assignments.join(u", "_s) +
-           where(u.where);
+    return u"UPDATE "_s + sources(u.from) + u" SET "_s + assignments.join(u", "_s) + where(u.where);
 }
 
+// The tables the list names matter only where the sources are several.
 QString Printer::operator()(const Delete& d) const {
-    return u"DELETE FROM "_s + nameText(d.table) + where(d.where);
+    QString text = u"DELETE "_s;
+    const bool lone = d.from.size() == 1 && d.from.front()->kind == TableRef::Kind::Table;
+    if (!lone && !d.targets.empty()) {
+        QStringList targets;
+        for (const QString& t : d.targets)
+            targets << nameText(t) + u".*"_s;
+        text += targets.join(u", "_s) + u' ';
+    }
+    return text + u"FROM "_s + sources(d.from) + where(d.where);
+}
+
+QString columnText(const ColumnDef& def) {
+    QString text = nameText(def.name) + u' ' + typeText(def.typeName, def.size);
+    if (def.notNull) text += u" NOT NULL"_s;
+    if (def.primaryKey) text += u" PRIMARY KEY"_s;
+    return text;
 }
 
 QString Printer::operator()(const CreateTable& c) const {
     QStringList columns;
-    for (const ColumnDef& def : c.columns) {
-        QString text = nameText(def.name) + u' ' + def.typeName;
-        if (def.size > 0) text += u'(' + QString::number(def.size) + u')';
-        if (def.notNull) text += u" NOT NULL"_s;
-        if (def.primaryKey) text += u" PRIMARY KEY"_s;
-        columns << text;
-    }
+    for (const ColumnDef& def : c.columns)
+        columns << columnText(def);
     return u"CREATE TABLE "_s + nameText(c.name) + u" ("_s + columns.join(u", "_s) + u')';
+}
+
+QString Printer::operator()(const AlterTable& a) const {
+    const QString head = u"ALTER TABLE "_s + nameText(a.table);
+    switch (a.action) {
+    case AlterTable::Action::AddColumn:
+        return head + u" ADD COLUMN "_s + columnText(a.column);
+    case AlterTable::Action::DropColumn:
+        return head + u" DROP COLUMN "_s + nameText(a.column.name);
+    case AlterTable::Action::AlterColumn:
+        break;
+    }
+    return head + u" ALTER COLUMN "_s + columnText(a.column);
 }
 
 QString Printer::operator()(const CreateIndex& c) const {
@@ -315,7 +365,9 @@ QString Printer::operator()(const CreateIndex& c) const {
 } // namespace
 
 QString printStatement(const Statement& statement, Grouping grouping) {
-    return std::visit(Printer(grouping), statement);
+    const std::vector<Parameter>* declared = parametersOf(statement);
+    const QString head = declared && !declared->empty() ? parametersText(*declared) : QString();
+    return head + std::visit(Printer(grouping), statement);
 }
 
 QString printExpression(const Expr& expr, Grouping grouping) {

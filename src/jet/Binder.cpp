@@ -4,6 +4,8 @@
 #include "jet/FunctionRegistry.h"
 #include "jet/JetError.h"
 
+#include <span>
+
 namespace jet {
 
 namespace {
@@ -36,14 +38,18 @@ public:
                           s == &first ? extras : std::initializer_list<const Expr*>{});
     }
 
-    // One table's columns in scope, for DELETE and UPDATE conditions.
-    void bindOnTable(const QString& tableName, std::initializer_list<const Expr*> exprs) {
-        const CatalogTable* table = catalog_.table(tableName);
-        if (!table) raise(err::NoInputTable, tableName);
-        Scope scope;
-        scope.sources.push_back({table->name, table->columns});
+    // Expressions over sources of their own: UPDATE's table or join, DELETE's FROM clause.
+    void bindOnSources(std::span<const TableRefPtr> refs, const std::vector<const Expr*>& exprs) {
+        const Scope scope = sourceScope(refs, nullptr);
         for (const Expr* e : exprs)
             if (e) bindExpr(*e, scope);
+    }
+
+    void declare(const std::vector<Parameter>& parameters) {
+        for (const Parameter& p : parameters) {
+            const auto type = parameterTypeFromName(p.typeName, p.size);
+            binding_.parameters_.push_back({p.name, type ? type->type : SqlType::Unknown});
+        }
     }
 
     SqlType bindExpr(const Expr& e, const Scope& scope) {
@@ -57,12 +63,7 @@ public:
 private:
     void bindOneSelect(const Select& s, const Scope* parent, bool ownsOrder,
                        std::initializer_list<const Expr*> extras) {
-        Scope scope;
-        scope.parent = parent;
-        for (const TableRefPtr& ref : s.from)
-            addSources(*ref, scope);
-        for (const TableRefPtr& ref : s.from)
-            bindJoinConditions(*ref, scope);
+        const Scope scope = sourceScope(s.from, parent);
 
         // Built aside: binding a subquery in the list adds to the table of outputs.
         std::vector<OutputColumn> outputs;
@@ -89,10 +90,7 @@ private:
 
     // In a query that groups, everything shown must be an aggregate or made of what it groups by.
     void checkGrouping(const Select& s, bool ownsOrder) const {
-        bool aggregates = !s.groupBy.empty() || (s.having && containsAggregate(*s.having));
-        for (const SelectItem& item : s.items)
-            aggregates = aggregates || containsAggregate(*item.expr);
-        if (!aggregates) return;
+        if (!groupsRows(s)) return;
         QStringList groupTexts;
         for (const ExprPtr& g : s.groupBy)
             groupTexts << printExpression(*g).toLower();
@@ -106,13 +104,6 @@ private:
         if (ownsOrder)
             for (const OrderItem& o : s.orderBy)
                 check(*o.expr);
-    }
-
-    static bool containsAggregate(const Expr& e) {
-        if (e.kind == ExprKind::Function && isAggregateFunction(e.name)) return true;
-        for (const ExprPtr& a : e.args)
-            if (containsAggregate(*a)) return true;
-        return false;
     }
 
     // The first part of e that is neither aggregated nor grouped by; null when there is none.
@@ -150,6 +141,17 @@ private:
                 return true;
         }
         return false;
+    }
+
+    // The sources of a FROM clause in scope, with their joins' conditions bound.
+    Scope sourceScope(std::span<const TableRefPtr> refs, const Scope* parent) {
+        Scope scope;
+        scope.parent = parent;
+        for (const TableRefPtr& ref : refs)
+            addSources(*ref, scope);
+        for (const TableRefPtr& ref : refs)
+            bindJoinConditions(*ref, scope);
+        return scope;
     }
 
     void addSources(const TableRef& ref, Scope& scope) {
@@ -423,6 +425,8 @@ private:
         return shared.value_or(SqlType::Unknown);
     }
 
+    // A name no column answers to is a parameter: typed where the statement declares it, and
+    // otherwise one that nothing can type or give a value.
     SqlType resolveColumn(const Expr& e, const Scope& scope) {
         for (const Scope* s = &scope; s; s = s->parent) {
             if (auto found = findIn(e, *s)) {
@@ -430,7 +434,10 @@ private:
                 return found->type.type;
             }
         }
-        raise(err::TooFewParameters, e.table.isEmpty() ? e.name : e.table + u'.' + e.name);
+        const QString written = e.table.isEmpty() ? e.name : e.table + u'.' + e.name;
+        for (const QueryParameter& p : binding_.parameters_)
+            if (p.name.compare(written, Qt::CaseInsensitive) == 0) return p.type;
+        raise(err::TooFewParameters, written);
     }
 
     std::optional<ResolvedColumn> findIn(const Expr& e, const Scope& scope) {
@@ -463,6 +470,7 @@ Binding bindSelect(const Select& select, const Catalog& catalog) {
 
 Binding bindStatement(const Statement& statement, const Catalog& catalog) {
     Binder binder(catalog);
+    if (const std::vector<Parameter>* declared = parametersOf(statement)) binder.declare(*declared);
     std::visit(
         [&](const auto& s) {
             using T = std::decay_t<decltype(s)>;
@@ -483,12 +491,13 @@ Binding bindStatement(const Statement& statement, const Catalog& catalog) {
                     binder.bindExpr(*v, empty);
                 if (s.select) binder.bindSelectChain(*s.select, nullptr);
             } else if constexpr (std::is_same_v<T, Delete>) {
-                binder.bindOnTable(s.table, {s.where.get()});
+                binder.bindOnSources(s.from, {s.where.get()});
             } else if constexpr (std::is_same_v<T, Update>) {
-                if (s.target->kind != TableRef::Kind::Table) raise(err::UpdateSyntax);
+                std::vector<const Expr*> exprs;
                 for (const Assignment& a : s.assignments)
-                    binder.bindOnTable(s.target->name, {a.column.get(), a.value.get()});
-                binder.bindOnTable(s.target->name, {s.where.get()});
+                    exprs.insert(exprs.end(), {a.column.get(), a.value.get()});
+                exprs.push_back(s.where.get());
+                binder.bindOnSources(s.from, exprs);
             } else {
                 (void)s;
             }

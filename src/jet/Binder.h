@@ -28,6 +28,12 @@ struct OutputColumn {
     ResolvedColumn starColumn;  // for an expanded *: the column it stands for
 };
 
+// A value the statement's PARAMETERS clause asks for, typed as declared there.
+struct QueryParameter {
+    QString name;
+    SqlType type = SqlType::Unknown;
+};
+
 class Binding {
 public:
     SqlType typeOf(const Expr* e) const { return types_.value(e, SqlType::Unknown); }
@@ -37,16 +43,20 @@ public:
     }
     // The output columns of a Select (with * expanded), in order.
     const std::vector<OutputColumn>& outputs(const Select* s) const { return outputs_[s]; }
+    // What the statement declares, in order. A name is one of them where it matches no column.
+    const std::vector<QueryParameter>& parameters() const { return parameters_; }
 
 private:
     friend class Binder;
+    std::vector<QueryParameter> parameters_;
     QHash<const Expr*, SqlType> types_;
     QHash<const Expr*, ResolvedColumn> columns_;
     mutable QHash<const Select*, std::vector<OutputColumn>> outputs_;
 };
 
-// Raises the dialect's errors: 3078 for an unknown table, 3061 for an unknown name, 3079 for an
-// ambiguous one, 3085 for an unknown function, 3075 for a call with the wrong number of arguments.
+// Raises the dialect's errors: 3078 for an unknown table, 3061 for an unknown name that the
+// statement does not declare as a parameter, 3079 for an ambiguous one, 3085 for an unknown
+// function, 3075 for a call with the wrong number of arguments.
 Binding bindSelect(const Select& select, const Catalog& catalog);
 Binding bindStatement(const Statement& statement, const Catalog& catalog);
 

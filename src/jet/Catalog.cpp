@@ -29,20 +29,34 @@ QString quoted(const QString& name) {
         QString(name).replace(QStringLiteral("\""), QStringLiteral("\"\"")));
 }
 
+void markIndexedColumns(sqlite3* db, const QString& schema, CatalogTable& table) {
+    std::vector<QString> indexes;
+    forEachRow(db, QStringLiteral("PRAGMA %1.index_list(%2)").arg(schema, quoted(table.name)),
+               [&](sqlite3_stmt* s) { indexes.push_back(columnText(s, 1)); });
+    for (const QString& index : indexes)
+        forEachRow(db, QStringLiteral("PRAGMA %1.index_info(%2)").arg(schema, quoted(index)),
+                   [&](sqlite3_stmt* s) {
+                       for (CatalogColumn& c : table.columns)
+                           if (c.name.compare(columnText(s, 2), Qt::CaseInsensitive) == 0)
+                               c.indexed = true;
+                   });
+}
+
 CatalogTable readTable(sqlite3* db, const QString& schema, const QString& name) {
     CatalogTable table{name, schema == u"temp", {}};
     // A lone INTEGER PRIMARY KEY column is SQLite's row number: the dialect's COUNTER.
     int keyColumns = 0;
     forEachRow(db, QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(name)),
                [&](sqlite3_stmt* s) { keyColumns += sqlite3_column_int(s, 5) > 0 ? 1 : 0; });
-    forEachRow(
-        db, QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(name)),
-        [&](sqlite3_stmt* s) {
-            const QString declared = columnText(s, 2);
-            const bool rowid = keyColumns == 1 && sqlite3_column_int(s, 5) > 0 &&
-                               declared.trimmed().toUpper() == u"INTEGER";
-            table.columns.push_back({columnText(s, 1), columnTypeFromDeclaration(declared, rowid)});
-        });
+    forEachRow(db, QStringLiteral("PRAGMA %1.table_info(%2)").arg(schema, quoted(name)),
+               [&](sqlite3_stmt* s) {
+                   const QString declared = columnText(s, 2);
+                   const bool rowid = keyColumns == 1 && sqlite3_column_int(s, 5) > 0 &&
+                                      declared.trimmed().toUpper() == u"INTEGER";
+                   table.columns.push_back(
+                       {columnText(s, 1), columnTypeFromDeclaration(declared, rowid), false});
+               });
+    markIndexedColumns(db, schema, table);
     return table;
 }
 

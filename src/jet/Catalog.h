@@ -17,6 +17,7 @@ namespace jet {
 struct CatalogColumn {
     QString name; // as declared
     ColumnType type;
+    bool indexed = false; // part of an index, so that it cannot be dropped
 };
 
 struct CatalogTable {

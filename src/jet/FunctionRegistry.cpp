@@ -1,8 +1,10 @@
 #include "jet/FunctionRegistry.h"
 
+#include "jet/Ast.h"
 #include "jet/SqliteBodies.h"
 
 #include <QHash>
+#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -177,6 +179,23 @@ const DialectFunction* findFunction(QStringView name) {
 bool isAggregateFunction(QStringView name) {
     const DialectFunction* f = findFunction(name);
     return f && f->isAggregate();
+}
+
+namespace {
+
+bool containsAggregate(const Expr& e) {
+    if (e.kind == ExprKind::Function && isAggregateFunction(e.name)) return true;
+    for (const ExprPtr& a : e.args)
+        if (containsAggregate(*a)) return true;
+    return false;
+}
+
+} // namespace
+
+bool groupsRows(const Select& s) {
+    if (!s.groupBy.empty() || (s.having && containsAggregate(*s.having))) return true;
+    return std::any_of(s.items.begin(), s.items.end(),
+                       [](const SelectItem& item) { return containsAggregate(*item.expr); });
 }
 
 QString sqliteName(const DialectFunction& f) {

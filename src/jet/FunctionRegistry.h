@@ -16,6 +16,8 @@ struct sqlite3_value;
 
 namespace jet {
 
+struct Select;
+
 enum class FunctionKind {
     Scalar,
     Aggregate,
@@ -87,6 +89,10 @@ std::span<const DialectFunction> dialectFunctions();
 const DialectFunction* findFunction(QStringView name);
 
 bool isAggregateFunction(QStringView name);
+
+// Whether a select folds its rows into groups: it groups by something, or an aggregate stands in
+// its list or its HAVING.
+bool groupsRows(const Select& s);
 
 // The name SQLite knows a function by: jet_<name> for a body, the dialect's name for a native.
 QString sqliteName(const DialectFunction& f);

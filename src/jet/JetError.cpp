@@ -2,7 +2,7 @@
 
 namespace jet {
 
-QString errorMessage(int number, const QString& subject) {
+QString errorMessage(int number, const QString& subject, const QString& table) {
     switch (number) {
     case err::InvalidStatement:
         return QStringLiteral("Invalid SQL statement; expected 'DELETE', 'INSERT', 'PROCEDURE', "
@@ -24,6 +24,16 @@ QString errorMessage(int number, const QString& subject) {
         return QStringLiteral(
                    "The INSERT INTO statement contains the following unknown field name: '%1'.")
             .arg(subject);
+    case err::DeleteWhichTable:
+        return QStringLiteral("Specify the table containing the records you want to delete.");
+    case err::NotUpdatable:
+        return QStringLiteral("Operation must use an updatable query.");
+    case err::CannotDeleteFrom:
+        return QStringLiteral("Could not delete from specified tables.");
+    case err::FileNotFound:
+        return QStringLiteral("Could not find file '%1'.").arg(subject);
+    case err::NoInstallableIsam:
+        return QStringLiteral("Could not find installable ISAM.");
     case err::UndefinedFunction:
         return QStringLiteral("Undefined function '%1' in expression.").arg(subject);
     case err::NotInAggregate:
@@ -43,12 +53,25 @@ QString errorMessage(int number, const QString& subject) {
         return QStringLiteral("Characters found after end of SQL statement.");
     case err::TransformSyntax:
         return QStringLiteral("Syntax error in TRANSFORM statement.");
+    case err::ParameterSyntax:
+        return QStringLiteral("Syntax error in PARAMETER clause.");
     case err::DataTypeMismatch:
         return QStringLiteral("Data type mismatch in criteria expression.");
     case err::CreateTableSyntax:
         return QStringLiteral("Syntax error in CREATE TABLE statement.");
     case err::DropSyntax:
         return QStringLiteral("Syntax error in DROP TABLE or DROP INDEX.");
+    case err::AlterTableSyntax:
+        return QStringLiteral("Syntax error in ALTER TABLE statement.");
+    case err::NotSupported:
+        return QStringLiteral("Operation is not supported for this type of object.");
+    case err::FieldExists:
+        return QStringLiteral("Field '%1' already exists in table '%2'.").arg(subject, table);
+    case err::NoSuchField:
+        return QStringLiteral("There is no field named '%1' in table '%2'.").arg(subject, table);
+    case err::IndexedField:
+        return QStringLiteral(
+            "Cannot delete a field that is part of an index or is needed by the system.");
     case err::FieldDefinedTwice:
         return QStringLiteral("Cannot define field more than once.");
     case err::TableExists:
@@ -63,8 +86,13 @@ QString errorMessage(int number, const QString& subject) {
     }
 }
 
-void raise(int number, const QString& subject) {
-    throw vb::VbError(number, errorMessage(number, subject));
+void raise(int number, const QString& subject, const QString& table) {
+    throw vb::VbError(number, errorMessage(number, subject, table));
+}
+
+void raiseMissingParameters(int expected) {
+    throw vb::VbError(err::TooFewParameters,
+                      QStringLiteral("Too few parameters. Expected %1.").arg(expected));
 }
 
 void raiseWrongArgumentCount(const QString& expression) {

@@ -228,12 +228,13 @@ private:
 };
 
 constexpr const char16_t* kReservedWords[] = {
-    u"ALL",   u"AND",       u"AS",          u"ASC",   u"BETWEEN", u"BY",     u"CREATE", u"DELETE",
-    u"DESC",  u"DISTINCT",  u"DISTINCTROW", u"DROP",  u"EQV",     u"EXISTS", u"FALSE",  u"FROM",
-    u"GROUP", u"HAVING",    u"IMP",         u"IN",    u"INNER",   u"INSERT", u"INTO",   u"IS",
-    u"JOIN",  u"LEFT",      u"LIKE",        u"MOD",   u"NOT",     u"NULL",   u"ON",     u"OR",
-    u"ORDER", u"OUTER",     u"PERCENT",     u"PIVOT", u"RIGHT",   u"SELECT", u"SET",    u"TABLE",
-    u"TOP",   u"TRANSFORM", u"TRUE",        u"UNION", u"UPDATE",  u"VALUES", u"WHERE",  u"XOR",
+    u"ALL",    u"AND",   u"AS",       u"ASC",         u"BETWEEN", u"BY",    u"CREATE",
+    u"DELETE", u"DESC",  u"DISTINCT", u"DISTINCTROW", u"DROP",    u"EQV",   u"EXISTS",
+    u"FALSE",  u"FROM",  u"GROUP",    u"HAVING",      u"IMP",     u"IN",    u"INNER",
+    u"INSERT", u"INTO",  u"IS",       u"JOIN",        u"LEFT",    u"LIKE",  u"MOD",
+    u"NOT",    u"NULL",  u"ON",       u"OR",          u"ORDER",   u"OUTER", u"PERCENT",
+    u"PIVOT",  u"RIGHT", u"SELECT",   u"SET",         u"TABLE",   u"TOP",   u"TRANSFORM",
+    u"TRUE",   u"UNION", u"UPDATE",   u"VALUES",      u"WHERE",   u"WITH",  u"XOR",
 };
 
 } // namespace

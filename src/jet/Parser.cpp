@@ -75,15 +75,21 @@ private:
         add(i.select.get(), 1);
     }
     void addRoots(const Update& u) {
-        add(u.target.get(), 1);
+        for (const TableRefPtr& ref : u.from)
+            add(ref.get(), 1);
         for (const Assignment& a : u.assignments)
             add(a.value.get(), 1);
         add(u.where.get(), 1);
     }
-    void addRoots(const Delete& d) { add(d.where.get(), 1); }
+    void addRoots(const Delete& d) {
+        for (const TableRefPtr& ref : d.from)
+            add(ref.get(), 1);
+        add(d.where.get(), 1);
+    }
     void addRoots(const CreateTable&) {}
     void addRoots(const CreateIndex&) {}
     void addRoots(const DropTable&) {}
+    void addRoots(const AlterTable&) {}
 
     void addChildren(const Expr& e, int depth) {
         addAll(e.args, depth);
@@ -152,6 +158,7 @@ private:
     QString name();
     QString alias();
     QString qualifiedPart();
+    QString dottedName();
     bool atFunctionWord(int index) const;
     bool atClauseWord(int index) const;
     bool atExpressionEnd() const;
@@ -174,10 +181,16 @@ private:
     Statement insert();
     Statement update();
     Statement deleteStatement();
-    void deletedColumn();
+    void deletedColumn(std::vector<QString>& starTables, std::vector<QString>& columnTables);
     Statement createTable();
     Statement createIndex();
     Statement dropTable();
+    Statement alterTable();
+    std::vector<Parameter> parameterClause();
+    Parameter parameter();
+    void ownerAccess();
+    void externalDatabase();
+    void refuseConstraint() const;
     void finish();
     std::unique_ptr<Select> query(bool unions = true);
     std::unique_ptr<Select> selectCore();
@@ -191,6 +204,7 @@ private:
     std::vector<ExprPtr> expressionList();
     ExprPtr assignedColumn();
     ColumnDef columnDefinition();
+    int textSize(const ColumnType& type);
 
     // ---- expressions
     ExprPtr clauseExpression(Precedence loosest = Precedence::Imp, QStringView alsoEnds = {});
@@ -264,6 +278,14 @@ QString Parser::qualifiedPart() {
     return t.text;
 }
 
+// A name of one or more parts, joined by ".": [Start Date], [Forms]![Orders]![From].
+QString Parser::dottedName() {
+    QString text = name();
+    while (acceptSymbol(u"."))
+        text += u'.' + qualifiedPart();
+    return text;
+}
+
 // A reserved word that names one of the dialect's functions (Left, Right, Asc) is the function
 // where "(" follows it.
 bool Parser::atFunctionWord(int index) const {
@@ -275,7 +297,7 @@ bool Parser::atClauseWord(int index) const {
     static constexpr const char16_t* kWords[] = {
         u"FROM",  u"WHERE",  u"GROUP", u"HAVING", u"ORDER", u"UNION", u"INTO",
         u"PIVOT", u"SELECT", u"ON",    u"INNER",  u"LEFT",  u"RIGHT", u"JOIN",
-        u"SET",   u"VALUES", u"AS",    u"ASC",    u"DESC",
+        u"SET",   u"VALUES", u"AS",    u"ASC",    u"DESC",  u"WITH",
     };
     const Token& t = tokenAt(index);
     if (t.kind != TokenKind::Word) return false;
@@ -293,7 +315,8 @@ bool Parser::atExpressionEnd() const {
 bool Parser::atFromEnd() const {
     const Token& t = peek();
     if (t.kind == TokenKind::End || t.isSymbol(u")") || t.isSymbol(u";")) return true;
-    for (const char16_t* word : {u"WHERE", u"GROUP", u"HAVING", u"ORDER", u"UNION", u"PIVOT"})
+    for (const char16_t* word :
+         {u"WHERE", u"GROUP", u"HAVING", u"ORDER", u"UNION", u"PIVOT", u"WITH"})
         if (t.isWord(word)) return true;
     return false;
 }
@@ -365,30 +388,87 @@ void Parser::spanFrom(Expr& e, int startIndex) const {
 
 // ---- statements
 
+// [PARAMETERS ...;] statement [WITH OWNERACCESS OPTION] [;]. Only queries take the clauses
+// around them; data definition takes neither.
 Statement Parser::statement() {
     struct Kind {
         const char16_t* word;
         int error;
         Statement (Parser::*read)();
+        bool query;
     };
     static constexpr Kind kKinds[] = {
-        {u"SELECT", err::SelectSyntax, &Parser::selectStatement},
-        {u"TRANSFORM", err::TransformSyntax, &Parser::transform},
-        {u"INSERT", err::InsertSyntax, &Parser::insert},
-        {u"UPDATE", err::UpdateSyntax, &Parser::update},
-        {u"DELETE", err::FromClause, &Parser::deleteStatement},
-        {u"CREATE", err::CreateTableSyntax, &Parser::createTable},
-        {u"DROP", err::DropSyntax, &Parser::dropTable},
+        {u"SELECT", err::SelectSyntax, &Parser::selectStatement, true},
+        {u"TRANSFORM", err::TransformSyntax, &Parser::transform, true},
+        {u"INSERT", err::InsertSyntax, &Parser::insert, true},
+        {u"UPDATE", err::UpdateSyntax, &Parser::update, true},
+        {u"DELETE", err::FromClause, &Parser::deleteStatement, true},
+        {u"CREATE", err::CreateTableSyntax, &Parser::createTable, false},
+        {u"DROP", err::DropSyntax, &Parser::dropTable, false},
+        {u"ALTER", err::AlterTableSyntax, &Parser::alterTable, false},
     };
+    std::vector<Parameter> parameters;
+    if (atWord(u"PARAMETERS")) parameters = parameterClause();
     for (const Kind& kind : kKinds) {
         if (!atWord(kind.word)) continue;
+        if (!kind.query && !parameters.empty()) break;
         clauseError_ = kind.error;
         Statement s = (this->*kind.read)();
+        if (kind.query) {
+            ownerAccess();
+            *parametersOf(s) = std::move(parameters);
+        }
         finish();
         checkDepth(s);
         return s;
     }
     raise(err::InvalidStatement);
+}
+
+// PARAMETERS name type [, name type ...]; its ";" ends the clause, and the query follows.
+std::vector<Parameter> Parser::parameterClause() {
+    ScopedValue clause(clauseError_, err::ParameterSyntax);
+    ++pos_;
+    std::vector<Parameter> parameters;
+    do
+        parameters.push_back(parameter());
+    while (acceptSymbol(u","));
+    expectSymbol(u";");
+    return parameters;
+}
+
+// name type[(size)]: any of the dialect's type names, the designer's "Text ( 255 )" included.
+Parameter Parser::parameter() {
+    Parameter p;
+    p.name = dottedName();
+    const Token& type = peek();
+    const auto known =
+        type.kind == TokenKind::Word ? parameterTypeFromName(type.text) : std::nullopt;
+    if (!known) fail();
+    ++pos_;
+    p.typeName = type.text.toUpper();
+    p.size = textSize(*known);
+    return p;
+}
+
+// The runtime runs such a query with its owner's permissions; this engine has no per-user
+// permissions, so the option changes nothing.
+void Parser::ownerAccess() {
+    if (!acceptWord(u"WITH")) return;
+    expectWord(u"OWNERACCESS");
+    expectWord(u"OPTION");
+}
+
+// IN 'file' [connect] after the tables of INTO, INSERT INTO or FROM: the database they are in.
+// The designer writes IN '' for the current one, the only one a site has.
+void Parser::externalDatabase() {
+    if (!acceptWord(u"IN")) return;
+    const Token& file = peek();
+    if (file.kind != TokenKind::String) fail();
+    ++pos_;
+    if (peek().kind == TokenKind::String || peek().kind == TokenKind::Name)
+        raise(err::NoInstallableIsam);
+    if (!file.text.isEmpty()) raise(err::FileNotFound, file.text);
 }
 
 // An optional ";" and nothing after it.
@@ -427,7 +507,10 @@ std::unique_ptr<Select> Parser::selectCore() {
         acceptWord(u"ALL");
     if (acceptWord(u"TOP")) s->top = top();
     s->items = selectList();
-    if (acceptWord(u"INTO")) s->into = name();
+    if (acceptWord(u"INTO")) {
+        s->into = name();
+        externalDatabase();
+    }
     if (acceptWord(u"FROM")) s->from = fromList();
     if (acceptWord(u"WHERE")) s->where = clauseExpression();
     if (acceptWord(u"GROUP")) {
@@ -462,6 +545,7 @@ std::vector<TableRefPtr> Parser::fromList() {
     do
         sources.push_back(source());
     while (acceptSymbol(u","));
+    externalDatabase();
     if (!atFromEnd()) fail();
     return sources;
 }
@@ -564,11 +648,13 @@ Statement Parser::insert() {
     expectWord(u"INTO");
     Insert ins;
     ins.table = name();
+    externalDatabase();
     if (acceptSymbol(u"(")) {
         do
             ins.columns.push_back(name());
         while (acceptSymbol(u","));
         expectSymbol(u")");
+        externalDatabase();
     }
     if (acceptWord(u"VALUES")) {
         expectSymbol(u"(");
@@ -582,10 +668,15 @@ Statement Parser::insert() {
     return ins;
 }
 
+// UPDATE [DISTINCTROW] sources SET ... [WHERE ...], the sources as FROM takes them. DISTINCTROW,
+// which the designer writes for unique records, changes nothing: every row is written once.
 Statement Parser::update() {
     ++pos_;
+    acceptWord(u"DISTINCTROW");
     Update u;
-    u.target = source();
+    do
+        u.from.push_back(source());
+    while (acceptSymbol(u","));
     expectWord(u"SET");
     do {
         Assignment a;
@@ -610,28 +701,37 @@ ExprPtr Parser::assignedColumn() {
     return column;
 }
 
-// DELETE [DISTINCTROW] [list] FROM table [WHERE ...]. The dialect deletes whole rows, so the list
-// (*, table.*, or the columns its query designer shows: table.a, table.b) is read and passed over.
+// DELETE [DISTINCTROW] [list] FROM sources [WHERE ...]. The dialect deletes whole rows, so the
+// list (*, table.*, or the columns its query designer shows: table.a, table.b) only names tables.
 Statement Parser::deleteStatement() {
     ++pos_;
     acceptWord(u"DISTINCTROW");
+    std::vector<QString> starTables, columnTables;
     if (!atWord(u"FROM")) {
         do
-            deletedColumn();
+            deletedColumn(starTables, columnTables);
         while (acceptSymbol(u","));
     }
     expectWord(u"FROM");
     Delete d;
-    d.table = name();
+    d.targets = starTables.empty() ? std::move(columnTables) : std::move(starTables);
+    d.from = fromList();
     if (acceptWord(u"WHERE")) d.where = clauseExpression();
     return d;
 }
 
-// *, table.*, table.column or column.
-void Parser::deletedColumn() {
+// *, table.*, table.column or column; the tables named go to the lists, each once.
+void Parser::deletedColumn(std::vector<QString>& starTables, std::vector<QString>& columnTables) {
     if (acceptSymbol(u"*")) return;
-    name();
-    if (acceptSymbol(u".") && !acceptSymbol(u"*")) qualifiedPart();
+    const QString table = name();
+    if (!acceptSymbol(u".")) return;
+    const bool star = acceptSymbol(u"*");
+    if (!star) qualifiedPart();
+    std::vector<QString>& tables = star ? starTables : columnTables;
+    const bool listed = std::any_of(tables.begin(), tables.end(), [&](const QString& t) {
+        return t.compare(table, Qt::CaseInsensitive) == 0;
+    });
+    if (!listed) tables.push_back(table);
 }
 
 Statement Parser::createTable() {
@@ -657,15 +757,7 @@ ColumnDef Parser::columnDefinition() {
     if (!known) fail();
     ++pos_;
     def.typeName = type.text.toUpper();
-    if (acceptSymbol(u"(")) {
-        const Token& size = peek();
-        const bool valid = known->type == SqlType::Text && size.value.type() == vb::VarType::Long &&
-                           size.value.longValue() >= 1 && size.value.longValue() <= 255;
-        if (!valid) fail();
-        ++pos_;
-        def.size = size.value.longValue();
-        expectSymbol(u")");
-    }
+    def.size = textSize(*known);
     for (;;) {
         if (acceptWord(u"NOT")) {
             expectWord(u"NULL");
@@ -677,6 +769,18 @@ ColumnDef Parser::columnDefinition() {
             return def;
         }
     }
+}
+
+// [(n)] after a type name, 1 to 255; only the text types take one. 0 when none is written.
+int Parser::textSize(const ColumnType& type) {
+    if (!acceptSymbol(u"(")) return 0;
+    const Token& size = peek();
+    const bool valid = type.type == SqlType::Text && size.value.type() == vb::VarType::Long &&
+                       size.value.longValue() >= 1 && size.value.longValue() <= 255;
+    if (!valid) fail();
+    ++pos_;
+    expectSymbol(u")");
+    return size.value.longValue();
 }
 
 Statement Parser::createIndex() {
@@ -714,6 +818,35 @@ Statement Parser::dropTable() {
     DropTable d;
     d.name = name();
     return d;
+}
+
+// ALTER TABLE t ADD [COLUMN] definition | DROP [COLUMN] name | ALTER [COLUMN] definition.
+// Constraints are refused where they are met: SQLite cannot add or drop one.
+Statement Parser::alterTable() {
+    ++pos_;
+    expectWord(u"TABLE");
+    AlterTable a;
+    a.table = name();
+    if (acceptWord(u"ADD"))
+        a.action = AlterTable::Action::AddColumn;
+    else if (acceptWord(u"DROP"))
+        a.action = AlterTable::Action::DropColumn;
+    else if (acceptWord(u"ALTER"))
+        a.action = AlterTable::Action::AlterColumn;
+    else
+        fail();
+    refuseConstraint();
+    acceptWord(u"COLUMN");
+    if (a.action == AlterTable::Action::DropColumn)
+        a.column.name = name();
+    else
+        a.column = columnDefinition();
+    refuseConstraint();
+    return a;
+}
+
+void Parser::refuseConstraint() const {
+    if (atWord(u"CONSTRAINT")) raise(err::NotSupported);
 }
 
 ExprPtr Parser::loneExpression() {
@@ -955,6 +1088,9 @@ ExprPtr Parser::reference() {
         e = newExpr(ExprKind::Column);
         e->table = first.text;
         e->name = qualifiedPart();
+        // More parts name no column: the whole is a parameter's name ([Forms]![f]![x]).
+        while (acceptSymbol(u"."))
+            e->name += u'.' + qualifiedPart();
     }
     spanFrom(*e, start);
     return e;

@@ -62,19 +62,22 @@ private:
 };
 
 // Runs the SQLite commands of one dialect statement; they stand or fall together, so SELECT ...
-// INTO keeps no table when its rows could not go in. The number of rows they changed.
-long long runCommands(sqlite3* db, const QStringList& commands,
+// INTO keeps no table when its rows could not go in. The number of rows its counted commands
+// changed, read off SQLite's running total: the count of the last statement would repeat an
+// earlier statement's after a command that changes no rows (CREATE, DROP).
+long long runCommands(sqlite3* db, const SqliteGenerator::Commands& commands,
                       const std::function<void()>& beforeEach) {
     const bool several = commands.size() > 1;
     if (several) SqlStatement(db, u"SAVEPOINT jet_statement"_s).step();
     long long total = 0;
     try {
-        for (const QString& sql : commands) {
+        for (const SqliteGenerator::Command& command : commands) {
             beforeEach();
-            SqlStatement stmt(db, sql);
+            SqlStatement stmt(db, command.sql);
+            const sqlite3_int64 before = sqlite3_total_changes64(db);
             while (stmt.step()) {
             }
-            total += sqlite3_changes64(db);
+            if (command.counted) total += sqlite3_total_changes64(db) - before;
         }
     } catch (...) {
         if (several)
@@ -145,8 +148,17 @@ pivotColumns(sqlite3* db, const SqliteGenerator& generator, const Transform& t, 
 
 bool changesSchema(const jet::Statement& s) {
     return std::holds_alternative<CreateTable>(s) || std::holds_alternative<CreateIndex>(s) ||
-           std::holds_alternative<DropTable>(s) ||
+           std::holds_alternative<DropTable>(s) || std::holds_alternative<AlterTable>(s) ||
            (std::holds_alternative<Select>(s) && !std::get<Select>(s).into.isEmpty());
+}
+
+// This engine is handed no parameter values, so a statement that declares parameters cannot run;
+// one that uses a name it does not declare has failed in the binder already.
+Binding bindToRun(const Statement& statement, const Catalog& catalog) {
+    Binding binding = bindStatement(statement, catalog);
+    if (!binding.parameters().empty())
+        raiseMissingParameters(static_cast<int>(binding.parameters().size()));
+    return binding;
 }
 
 constexpr int kBusyTimeoutMs = 5000;
@@ -468,7 +480,7 @@ std::shared_ptr<rs::Recordset> SqliteDatabase::run(const jet::Statement& stateme
                                                    long long* changed, ReadMeter* meter) {
     stopIfInterrupted();
     const Catalog& cat = catalog();
-    const Binding binding = bindStatement(statement, cat);
+    const Binding binding = bindToRun(statement, cat);
     const SqliteGenerator generator(binding, cat);
     auto read = [&](const QString& sql, const std::vector<ResultColumn>& columns,
                     const Select& select) {
@@ -534,10 +546,13 @@ void SqliteDatabase::executeScript(const QString& script) {
 QString SqliteDatabase::translate(const QString& dialectText) {
     const jet::Statement statement = parseStatement(dialectText);
     const Catalog& cat = catalog();
-    const Binding binding = bindStatement(statement, cat);
+    const Binding binding = bindToRun(statement, cat);
     const SqliteGenerator generator(binding, cat);
     if (const auto* t = std::get_if<Transform>(&statement)) return generator.pivotValues(*t);
-    return generator.commands(statement).join(u'\n');
+    QStringList lines;
+    for (const SqliteGenerator::Command& command : generator.commands(statement))
+        lines << command.sql;
+    return lines.join(u'\n');
 }
 
 } // namespace jet

@@ -6,6 +6,7 @@
 #include "vb/Convert.h"
 
 #include <QSet>
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -442,9 +443,9 @@ QString SqliteGenerator::tableRef(const TableRef& ref) const {
     return QString();
 }
 
-QString SqliteGenerator::fromClause(const Select& s) const {
+QString SqliteGenerator::fromClause(std::span<const TableRefPtr> refs) const {
     QStringList sources;
-    for (const TableRefPtr& ref : s.from)
+    for (const TableRefPtr& ref : refs)
         sources << tableRef(*ref);
     return sources.isEmpty() ? QString() : u" FROM "_s + sources.join(u", "_s);
 }
@@ -460,7 +461,7 @@ QString SqliteGenerator::selectCore(const Select& s, const QStringList& extraCol
     }
     columns << extraColumns;
     QString sql = u"SELECT "_s + (s.distinct ? u"DISTINCT "_s : QString()) + columns.join(u", "_s);
-    sql += fromClause(s);
+    sql += fromClause(s.from);
     if (s.where) sql += u" WHERE "_s + condition(*s.where);
     if (!s.groupBy.empty()) {
         QStringList groups;
@@ -522,7 +523,7 @@ QString SqliteGenerator::select(const Select& s) const {
 
 QString SqliteGenerator::pivotValues(const Transform& t) const {
     const Select& s = *t.select;
-    QString sql = u"SELECT DISTINCT "_s + value(*t.pivot) + fromClause(s);
+    QString sql = u"SELECT DISTINCT "_s + value(*t.pivot) + fromClause(s.from);
     if (s.where) sql += u" WHERE "_s + condition(*s.where);
     return sql + (isText(binding_.typeOf(t.pivot.get())) ? u" ORDER BY 1 COLLATE jet_text, 1"_s
                                                          : u" ORDER BY 1"_s);
@@ -610,7 +611,7 @@ QString SqliteGenerator::createTable(const QString& name, const QStringList& col
            quoted(name) + u" ("_s + columns.join(u", "_s) + u')';
 }
 
-QStringList SqliteGenerator::selectInto(const Select& s) const {
+SqliteGenerator::Commands SqliteGenerator::selectInto(const Select& s) const {
     if (catalog_.table(s.into)) raise(err::TableExists, s.into);
     QStringList columns, names;
     std::vector<ColumnType> types;
@@ -626,7 +627,7 @@ QStringList SqliteGenerator::selectInto(const Select& s) const {
         names << quoted(out.name);
         types.push_back(type);
     }
-    return {createTable(s.into, columns), insertRows(insertInto(s.into, names), s, types)};
+    return {{createTable(s.into, columns)}, {insertRows(insertInto(s.into, names), s, types)}};
 }
 
 QString SqliteGenerator::storedValue(const Expr& e, const ColumnType& target) const {
@@ -677,47 +678,281 @@ QString SqliteGenerator::insert(const Insert& s) const {
     return into + u"VALUES ("_s + values.join(u", "_s) + u')';
 }
 
-QString SqliteGenerator::update(const Update& s) const {
-    const CatalogTable* table = catalog_.table(s.target->name);
-    if (!table) raise(err::NoInputTable, s.target->name);
-    QStringList sets;
-    for (const Assignment& a : s.assignments) {
-        const CatalogColumn* c = table->column(a.column->name);
-        if (!c) raise(err::TooFewParameters, a.column->name);
-        sets << quoted(c->name) + u" = "_s + storedValue(*a.value, c->type);
+namespace {
+
+// A table or subquery of a FROM clause or a join, with whether a row of the join may lack it: it
+// lies on the side of an outer join that need not match.
+struct JoinedSource {
+    const TableRef* ref = nullptr;
+    bool optional = false;
+};
+
+void addJoined(const TableRef& ref, bool optional, std::vector<JoinedSource>& sources) {
+    if (ref.kind != TableRef::Kind::Join) {
+        sources.push_back({&ref, optional});
+        return;
     }
-    QString sql = u"UPDATE "_s + quoted(table->name) + u" SET "_s + sets.join(u", "_s);
-    if (s.where) sql += u" WHERE "_s + condition(*s.where);
-    return sql;
+    addJoined(*ref.left, optional || ref.join == JoinKind::Right, sources);
+    addJoined(*ref.right, optional || ref.join == JoinKind::Left, sources);
 }
 
-QStringList SqliteGenerator::commands(const Statement& statement) const {
+// The sources in the order the text names them.
+std::vector<JoinedSource> joinedSources(std::span<const TableRefPtr> refs) {
+    std::vector<JoinedSource> sources;
+    for (const TableRefPtr& ref : refs)
+        addJoined(*ref, false, sources);
+    return sources;
+}
+
+// The source a statement calls by this name (its alias, else its table's name); null for none.
+const JoinedSource* sourceNamed(const std::vector<JoinedSource>& sources, const QString& name) {
+    for (const JoinedSource& s : sources) {
+        const QString& called = s.ref->alias.isEmpty() ? s.ref->name : s.ref->alias;
+        if (called.compare(name, Qt::CaseInsensitive) == 0) return &s;
+    }
+    return nullptr;
+}
+
+QString rowidOf(const TableRef& table) {
+    return SqliteGenerator::quoted(table.alias.isEmpty() ? table.name : table.alias) + u".rowid"_s;
+}
+
+// The rows a write through a join changes, read before any is: a temporary table made and dropped
+// by the statement's own commands (SqliteGenerator::matches).
+const QString kMatches = u"temp.\"jet_matches\""_s;
+const QString kDropMatches = u"DROP TABLE "_s + kMatches;
+
+QString rowColumn(std::size_t place) {
+    return u"\"r"_s + QString::number(place + 1) + u'"';
+}
+QString valueColumn(int place) {
+    return u"\"v"_s + QString::number(place + 1) + u'"';
+}
+
+// The dialect writes through a join only where each of its rows stands for rows of tables: not
+// through a subquery that groups, removes duplicates or is a union.
+bool updatable(const JoinedSource& source) {
+    const Select* s = source.ref->subquery.get();
+    return !s || (!groupsRows(*s) && !s->distinct && !s->unionNext);
+}
+
+// A table UPDATE writes, with what it writes there: column and the place of its value.
+struct WrittenTable {
+    const JoinedSource* source = nullptr;
+    const CatalogTable* table = nullptr;
+    std::vector<std::pair<QString, int>> columns;
+
+    // A later assignment to the same column replaces the earlier one.
+    void set(const QString& column, int value) {
+        for (auto& [name, place] : columns)
+            if (name == column) {
+                place = value;
+                return;
+            }
+        columns.emplace_back(column, value);
+    }
+};
+
+// The commands that write one table's kept values (rows of the join in column `row`): the last
+// match of each of its rows, and, where an outer join may lack its row, the new rows.
+SqliteGenerator::Commands writeBack(const WrittenTable& w, const QString& row) {
+    const QString target = SqliteGenerator::quoted(w.table->name);
+    QStringList sets, names, given;
+    for (const auto& [column, place] : w.columns) {
+        sets << column + u" = jet_match."_s + valueColumn(place);
+        names << column;
+        given << valueColumn(place);
+    }
+    SqliteGenerator::Commands commands{
+        {u"UPDATE "_s + target + u" SET "_s + sets.join(u", "_s) + u" FROM (SELECT * FROM "_s +
+             kMatches + u" WHERE rowid IN (SELECT max(rowid) FROM "_s + kMatches + u" GROUP BY "_s +
+             row + u")) AS jet_match WHERE "_s + target + u".rowid = jet_match."_s + row,
+         false}};
+    if (w.source->optional)
+        commands.push_back({insertInto(w.table->name, names) + u"SELECT "_s + given.join(u", "_s) +
+                                u" FROM "_s + kMatches + u" WHERE "_s + row +
+                                u" IS NULL ORDER BY rowid"_s,
+                            false});
+    return commands;
+}
+
+} // namespace
+
+// A temporary table of the rows `from` gives that `where` keeps: for each table of `rowsOf` its
+// rowid (Null where an outer join found no row of it) as r1, r2, ..., then `values` as v1, v2, ...
+// Its columns have no type, so each value keeps the kind it was converted to. The rows come in the
+// order of the tables' own rows, so that the last of several matches is the last one a reading of
+// the tables in their order meets. `counted`: whether the rows kept are the rows the statement
+// changes.
+SqliteGenerator::Commands SqliteGenerator::matches(std::span<const TableRefPtr> from,
+                                                   const Expr* where,
+                                                   const std::vector<const TableRef*>& rowsOf,
+                                                   const QStringList& values, bool counted) const {
+    QStringList names, columns, order;
+    for (std::size_t i = 0; i < rowsOf.size(); ++i) {
+        names << rowColumn(i);
+        columns << rowidOf(*rowsOf[i]);
+    }
+    for (int i = 0; i < values.size(); ++i)
+        names << valueColumn(i);
+    columns << values;
+    for (const JoinedSource& s : joinedSources(from))
+        if (s.ref->kind == TableRef::Kind::Table) order << rowidOf(*s.ref);
+    QString fill =
+        u"INSERT INTO "_s + kMatches + u" SELECT "_s + columns.join(u", "_s) + fromClause(from);
+    if (where) fill += u" WHERE "_s + condition(*where);
+    fill += u" ORDER BY "_s + order.join(u", "_s);
+    const QString create =
+        u"CREATE TEMP TABLE "_s + kMatches + u" ("_s + names.join(u", "_s) + u')';
+    return {{create, false}, {fill, counted}};
+}
+
+SqliteGenerator::Commands SqliteGenerator::update(const Update& s) const {
+    const TableRef& target = *s.from.front();
+    if (s.from.size() > 1 || target.kind != TableRef::Kind::Table) return updateJoin(s);
+    const CatalogTable* table = catalog_.table(target.name);
+    if (!table) raise(err::NoInputTable, target.name);
+    QStringList sets;
+    for (const Assignment& a : s.assignments) {
+        const ResolvedColumn* c = binding_.column(a.column.get());
+        const CatalogColumn* column = c ? table->column(c->column) : nullptr;
+        if (!column) raise(err::NotUpdatable);
+        sets << quoted(column->name) + u" = "_s + storedValue(*a.value, column->type);
+    }
+    QString sql = u"UPDATE "_s + tableRef(target) + u" SET "_s + sets.join(u", "_s);
+    if (s.where) sql += u" WHERE "_s + condition(*s.where);
+    return {{sql}};
+}
+
+// UPDATE through a join (or several sources) writes the columns of any of its tables. All values
+// are worked out before any is written, from the rows as they were. A row that several rows of the
+// join match is written once, with the values of the last match (the dialect writes it once per
+// match, so the last one stays), and the rows changed are counted as the dialect counts them: one
+// per row of the join. Where an outer join found no row of a table that SET writes, the dialect
+// adds one, so its values go in as a new row.
+SqliteGenerator::Commands SqliteGenerator::updateJoin(const Update& s) const {
+    const std::vector<JoinedSource> sources = joinedSources(s.from);
+    if (!std::all_of(sources.begin(), sources.end(), updatable)) raise(err::NotUpdatable);
+    std::vector<WrittenTable> written;
+    QStringList values;
+    for (const Assignment& a : s.assignments) {
+        const ResolvedColumn* c = binding_.column(a.column.get());
+        const JoinedSource* source = c ? sourceNamed(sources, c->source) : nullptr;
+        if (!source || source->ref->kind != TableRef::Kind::Table) raise(err::NotUpdatable);
+        const CatalogTable* table = catalog_.table(source->ref->name);
+        const CatalogColumn* column = table ? table->column(c->column) : nullptr;
+        if (!column) raise(err::NotUpdatable);
+        auto w = std::find_if(written.begin(), written.end(),
+                              [&](const WrittenTable& t) { return t.source == source; });
+        if (w == written.end()) w = written.insert(w, WrittenTable{source, table, {}});
+        w->set(quoted(column->name), static_cast<int>(values.size()));
+        values << storedValue(*a.value, column->type);
+    }
+    std::vector<const TableRef*> rowsOf;
+    for (const WrittenTable& w : written)
+        rowsOf.push_back(w.source->ref);
+    Commands commands = matches(s.from, s.where.get(), rowsOf, values, true);
+    for (std::size_t i = 0; i < written.size(); ++i) {
+        const Commands table = writeBack(written[i], rowColumn(i));
+        commands.insert(commands.end(), table.begin(), table.end());
+    }
+    commands.push_back({kDropMatches, false});
+    return commands;
+}
+
+// DELETE takes whole rows. From one table it needs no list; from a join or several sources the
+// list names the tables that lose rows, and every row of theirs that a kept row of the sources
+// holds goes, whichever tables are named.
+SqliteGenerator::Commands SqliteGenerator::deleteRows(const Delete& s) const {
+    const TableRef& first = *s.from.front();
+    if (s.from.size() == 1 && first.kind == TableRef::Kind::Table) {
+        QString sql = u"DELETE FROM "_s + tableRef(first);
+        if (s.where) sql += u" WHERE "_s + condition(*s.where);
+        return {{sql}};
+    }
+    const std::vector<JoinedSource> sources = joinedSources(s.from);
+    if (s.from.size() == 1 && sources.size() == 1) raise(err::CannotDeleteFrom);
+    if (s.targets.empty()) raise(err::DeleteWhichTable);
+    std::vector<const TableRef*> rowsOf;
+    for (const QString& name : s.targets) {
+        const JoinedSource* source = sourceNamed(sources, name);
+        if (!source) raise(err::NoInputTable, name);
+        if (source->ref->kind != TableRef::Kind::Table) raise(err::CannotDeleteFrom);
+        if (std::find(rowsOf.begin(), rowsOf.end(), source->ref) == rowsOf.end())
+            rowsOf.push_back(source->ref);
+    }
+    Commands commands = matches(s.from, s.where.get(), rowsOf, {}, false);
+    for (std::size_t i = 0; i < rowsOf.size(); ++i) {
+        const CatalogTable* table = catalog_.table(rowsOf[i]->name);
+        commands.push_back({u"DELETE FROM "_s + quoted(table ? table->name : rowsOf[i]->name) +
+                            u" WHERE rowid IN (SELECT "_s + rowColumn(i) + u" FROM "_s + kMatches +
+                            u')'});
+    }
+    commands.push_back({kDropMatches, false});
+    return commands;
+}
+
+namespace {
+
+// A column as CREATE TABLE and ALTER TABLE ADD declare it: by the dialect's type name, which the
+// catalog reads back.
+QString columnDeclaration(const ColumnDef& c, const ColumnType& type) {
+    QString def = SqliteGenerator::quoted(c.name) + u' ' + sqliteDeclaration(type);
+    if (c.notNull) def += u" NOT NULL"_s;
+    if (c.primaryKey && !type.counter) def += u" PRIMARY KEY"_s;
+    return def;
+}
+
+} // namespace
+
+// SQLite adds a column only as the last, without a key, and drops one no index needs; it cannot
+// change a column's type.
+QString SqliteGenerator::alterTable(const AlterTable& s) const {
+    const CatalogTable* table = catalog_.table(s.table);
+    if (!table) raise(err::NoSuchTable, s.table);
+    const CatalogColumn* existing = table->column(s.column.name);
+    const QString head = u"ALTER TABLE "_s + quoted(table->name);
+    switch (s.action) {
+    case AlterTable::Action::AddColumn: {
+        const auto type = columnTypeFromName(s.column.typeName, s.column.size);
+        if (!type) raise(err::AlterTableSyntax);
+        if (existing) raise(err::FieldExists, s.column.name, table->name);
+        if (type->counter || s.column.primaryKey) raise(err::NotSupported);
+        return head + u" ADD COLUMN "_s + columnDeclaration(s.column, *type);
+    }
+    case AlterTable::Action::DropColumn:
+        if (!existing) raise(err::NoSuchField, s.column.name, table->name);
+        if (existing->indexed || existing->type.counter) raise(err::IndexedField);
+        return head + u" DROP COLUMN "_s + quoted(existing->name);
+    case AlterTable::Action::AlterColumn:
+        break;
+    }
+    raise(err::NotSupported);
+}
+
+SqliteGenerator::Commands SqliteGenerator::commands(const Statement& statement) const {
     return std::visit(
-        [&](const auto& s) -> QStringList {
+        [&](const auto& s) -> Commands {
             using T = std::decay_t<decltype(s)>;
             if constexpr (std::is_same_v<T, Select>) {
-                return s.into.isEmpty() ? QStringList{select(s)} : selectInto(s);
+                return s.into.isEmpty() ? Commands{{select(s)}} : selectInto(s);
             } else if constexpr (std::is_same_v<T, Insert>) {
-                return {insert(s)};
+                return {{insert(s)}};
             } else if constexpr (std::is_same_v<T, Update>) {
-                return {update(s)};
+                return update(s);
             } else if constexpr (std::is_same_v<T, Delete>) {
-                const CatalogTable* table = catalog_.table(s.table);
-                QString sql = u"DELETE FROM "_s + quoted(table ? table->name : s.table);
-                if (s.where) sql += u" WHERE "_s + condition(*s.where);
-                return {sql};
+                return deleteRows(s);
+            } else if constexpr (std::is_same_v<T, AlterTable>) {
+                return {{alterTable(s)}};
             } else if constexpr (std::is_same_v<T, CreateTable>) {
                 if (catalog_.table(s.name)) raise(err::TableExists, s.name);
                 QStringList columns;
                 for (const ColumnDef& c : s.columns) {
                     auto type = columnTypeFromName(c.typeName, c.size);
                     if (!type) raise(err::CreateTableSyntax);
-                    QString def = quoted(c.name) + u' ' + sqliteDeclaration(*type);
-                    if (c.notNull) def += u" NOT NULL"_s;
-                    if (c.primaryKey && !type->counter) def += u" PRIMARY KEY"_s;
-                    columns << def;
+                    columns << columnDeclaration(c, *type);
                 }
-                return {createTable(s.name, columns)};
+                return {{createTable(s.name, columns)}};
             } else if constexpr (std::is_same_v<T, CreateIndex>) {
                 const CatalogTable* table = catalog_.table(s.table);
                 if (!table) raise(err::NoInputTable, s.table);
@@ -727,13 +962,13 @@ QStringList SqliteGenerator::commands(const Statement& statement) const {
                     if (!column) raise(err::TooFewParameters, c.name);
                     columns << quoted(column->name) + (c.descending ? u" DESC"_s : QString());
                 }
-                return {(s.unique ? u"CREATE UNIQUE INDEX "_s : u"CREATE INDEX "_s) +
-                        quoted(s.name) + u" ON "_s + quoted(table->name) + u" ("_s +
-                        columns.join(u", "_s) + u')'};
+                return {{(s.unique ? u"CREATE UNIQUE INDEX "_s : u"CREATE INDEX "_s) +
+                         quoted(s.name) + u" ON "_s + quoted(table->name) + u" ("_s +
+                         columns.join(u", "_s) + u')'}};
             } else if constexpr (std::is_same_v<T, DropTable>) {
                 const CatalogTable* table = catalog_.table(s.name);
                 if (!table) raise(err::NoSuchTable, s.name);
-                return {u"DROP TABLE "_s + quoted(table->name)};
+                return {{u"DROP TABLE "_s + quoted(table->name)}};
             } else {
                 raise(err::InvalidStatement);
             }

@@ -11,6 +11,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <span>
 
 namespace jet {
 
@@ -21,8 +22,15 @@ public:
 
     // A SELECT (with its UNION chain), without INTO.
     QString select(const Select& s) const;
+    // One SQLite command of a statement with effects. The rows the statement changed are those
+    // its counted commands change, not those of a table it keeps for itself while it runs.
+    struct Command {
+        QString sql;
+        bool counted = true;
+    };
+    using Commands = std::vector<Command>;
     // What a statement with effects runs, in order (SELECT ... INTO becomes CREATE + INSERT).
-    QStringList commands(const Statement& statement) const;
+    Commands commands(const Statement& statement) const;
 
     // A crosstab's column: its name and the stored values that fall into it. Values found in
     // the data are matched exactly (texts differing only in letter case share a column, each
@@ -49,7 +57,7 @@ public:
 
 private:
     QString selectCore(const Select& s, const QStringList& extraColumns = {}) const;
-    QString fromClause(const Select& s) const;
+    QString fromClause(std::span<const TableRefPtr> refs) const;
     QString tableRef(const TableRef& ref) const;
     QString orderBy(const Select& s) const;
     QString column(const Expr& e) const;
@@ -65,8 +73,14 @@ private:
     QString collated(const Expr& e) const;  // a value, with the text collation where it is text
     QString predicate(const Expr& e) const; // Between, In, Like, Is Null, Exists as conditions
     QString insert(const Insert& s) const;
-    QString update(const Update& s) const;
-    QStringList selectInto(const Select& s) const;
+    Commands update(const Update& s) const;
+    Commands updateJoin(const Update& s) const;
+    Commands deleteRows(const Delete& s) const;
+    Commands matches(std::span<const TableRefPtr> from, const Expr* where,
+                     const std::vector<const TableRef*>& rowsOf, const QStringList& values,
+                     bool counted) const;
+    QString alterTable(const AlterTable& s) const;
+    Commands selectInto(const Select& s) const;
     QString createTable(const QString& name, const QStringList& columns) const;
     QString storedValue(const Expr& e, const ColumnType& target) const;
     QString insertRows(const QString& into, const Select& rows,

@@ -1,6 +1,9 @@
 #include "jet/Types.h"
 
 #include <QRegularExpression>
+#include <QStringList>
+
+using namespace Qt::Literals::StringLiterals;
 
 namespace jet {
 
@@ -30,6 +33,18 @@ std::optional<ColumnType> columnTypeFromName(const QString& typeName, int size) 
     if (t == u"MEMO" || t == u"LONGTEXT" || t == u"LONGCHAR" || t == u"NOTE" || t == u"NTEXT")
         return make(SqlType::Memo);
     return std::nullopt;
+}
+
+std::optional<ColumnType> parameterTypeFromName(const QString& typeName, int size) {
+    static const QStringList kUnheld = {
+        u"VALUE"_s,     u"BINARY"_s, u"VARBINARY"_s, u"LONGBINARY"_s,       u"GENERAL"_s,
+        u"OLEOBJECT"_s, u"IMAGE"_s,  u"GUID"_s,      u"UNIQUEIDENTIFIER"_s, u"DECIMAL"_s,
+        u"DEC"_s,
+    };
+    if (kUnheld.contains(typeName.trimmed(), Qt::CaseInsensitive)) return ColumnType{};
+    auto type = columnTypeFromName(typeName, size);
+    if (type) type->counter = false; // a value asked for is numbered by nobody
+    return type;
 }
 
 rs::AdoType adoTypeOf(SqlType type) {

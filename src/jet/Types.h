@@ -34,6 +34,11 @@ struct ColumnType {
 // nullopt for a name the dialect does not know.
 std::optional<ColumnType> columnTypeFromName(const QString& typeName, int size = 0);
 
+// The type a PARAMETERS clause gives: a column type's name, or one of the dialect's types that no
+// column here holds (VALUE, BINARY, LONGBINARY, GUID, DECIMAL), which leave the parameter's type
+// unknown; nullopt for a name the dialect does not know.
+std::optional<ColumnType> parameterTypeFromName(const QString& typeName, int size = 0);
+
 rs::AdoType adoTypeOf(SqlType type);
 vb::VarType varTypeOf(SqlType type);
 

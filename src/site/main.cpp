@@ -181,9 +181,10 @@ int runDemo(const Arguments& args) {
     return 0;
 }
 
+// SELECT ... INTO makes a table and gives no rows.
 bool returnsRows(const jet::Statement& statement) {
-    return std::holds_alternative<jet::Select>(statement) ||
-           std::holds_alternative<jet::Transform>(statement);
+    const auto* select = std::get_if<jet::Select>(&statement);
+    return (select && select->into.isEmpty()) || std::holds_alternative<jet::Transform>(statement);
 }
 
 int runQuery(const Arguments& args) {

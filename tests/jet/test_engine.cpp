@@ -1,5 +1,7 @@
+#include "jet/Binder.h"
 #include "jet/FunctionRegistry.h"
 #include "jet/JetError.h"
+#include "jet/Parser.h"
 #include "jet/SqliteDatabase.h"
 #include "jet/SqliteFunctions.h"
 
@@ -977,4 +979,269 @@ TEST_F(TypedWrites, ASavedSearchOrATemplateWithTextInANumberIsRefused) {
     EXPECT_EQ(searches->field(u"fldRegister").value(), vb::Variant(12));
     EXPECT_EQ(searches->field(u"fldModifier").value(), vb::Variant(std::int16_t(0)));
     EXPECT_EQ(query(u"select * from tblfixedreports"_s)->recordCount(), 0u);
+}
+
+namespace {
+
+// The tables the query designer's stored statements are tried on. Table2 matches the first row
+// of Table1 once and the second twice, and has a row of its own; Table3 matches two of its rows.
+class StoredStatements : public TypedWrites {
+protected:
+    void SetUp() override {
+        TypedWrites::SetUp();
+        writePast("CREATE TABLE Table1 (id LONG, col1 TEXT(50), col2 LONG);"
+                  "CREATE TABLE Table2 (id LONG, col2 LONG);"
+                  "CREATE TABLE Table3 (col2 LONG, label TEXT(10));"
+                  "INSERT INTO Table1 VALUES (1, 'a', 10), (2, 'b', 20), (3, 'c', 30);"
+                  "INSERT INTO Table2 VALUES (1, 5), (2, 7), (2, 8), (4, 99);"
+                  "INSERT INTO Table3 VALUES (5, 'five'), (8, 'eight')");
+    }
+
+    // Every row of a table in its own order: "1 a 10; 2 b 20", Null as "Null".
+    QString rows(const QString& table) {
+        auto rs = query(u"SELECT * FROM "_s + table);
+        QStringList lines;
+        for (std::size_t r = 0; r < rs->recordCount(); ++r) {
+            QStringList fields;
+            for (int f = 0; f < rs->fieldCount(); ++f) {
+                const vb::Variant v = rs->valueAt(r, f);
+                fields << (v.isNull() ? u"Null"_s : vb::cstr(v));
+            }
+            lines << fields.join(u' ');
+        }
+        return lines.join(u"; "_s);
+    }
+    QString allRows() { return rows(u"Table1"_s) + u" | "_s + rows(u"Table2"_s); }
+
+    // A statement that writes, the rows it says it changed, and then the rows of a table.
+    struct Write {
+        const char* statement;
+        long long changed;
+        const char* table;
+        QString rows;
+    };
+
+    // Each case's writes are taken back, so that every case starts from the same rows.
+    void expectWrites(std::initializer_list<Write> cases) {
+        for (const Write& c : cases) {
+            SCOPED_TRACE(c.statement);
+            writePast("SAVEPOINT test_case");
+            EXPECT_EQ(db_->execute(QString::fromUtf8(c.statement)), c.changed);
+            EXPECT_EQ(rows(QString::fromUtf8(c.table)), c.rows);
+            writePast("ROLLBACK TO test_case; RELEASE test_case");
+        }
+    }
+
+    // A statement that fails with the error, and with its message where one is given, and
+    // changes no row.
+    void expectFailure(const char* text, int number, const char* message = nullptr) {
+        SCOPED_TRACE(text);
+        const QString before = allRows();
+        try {
+            db_->execute(QString::fromUtf8(text));
+            ADD_FAILURE() << "ran";
+        } catch (const vb::VbError& e) {
+            EXPECT_EQ(e.number(), number);
+            if (message) {
+                EXPECT_EQ(e.description(), QString::fromUtf8(message));
+            }
+        }
+        EXPECT_EQ(allRows(), before);
+    }
+};
+
+} // namespace
+
+TEST_F(StoredStatements, UpdateWritesTheTablesOfItsJoinOncePerRowTheLastMatchWinning) {
+    expectWrites({
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET Table1.col2 = "
+         "[Table2].[col2]+1 WHERE (((Table2.id)=1));",
+         1, "Table1", u"1 a 6; 2 b 20; 3 c 30"_s},
+        // Row 2 matches twice: each match counts, the last one's value stays, and values come
+        // from the rows as they were, not from an earlier match's write.
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET Table1.col2 = Table1.col2 + "
+         "Table2.col2",
+         3, "Table1", u"1 a 15; 2 b 28; 3 c 30"_s},
+        // Nested joins; two tables written at once, each from the other's old value.
+        {"UPDATE (Table1 INNER JOIN Table2 ON Table1.id = Table2.id) INNER JOIN Table3 ON "
+         "Table2.col2 = Table3.col2 SET Table3.col2 = Table1.col2, Table1.col2 = Table3.col2",
+         2, "Table3", u"10 five; 20 eight"_s},
+        // A kept row that nothing matches takes the other side's Nulls.
+        {"UPDATE Table1 AS a LEFT JOIN Table2 AS b ON a.id = b.id SET a.col2 = b.col2", 4, "Table1",
+         u"1 a 5; 2 b 8; 3 c Null"_s},
+        // Where the join has no row of the table SET writes, one is added.
+        {"UPDATE Table1 RIGHT JOIN Table2 ON Table1.id = Table2.id SET Table1.id = Table2.id, "
+         "Table1.col2 = Table2.col2 WITH OWNERACCESS OPTION",
+         4, "Table1", u"1 a 5; 2 b 8; 3 c 30; 4 Null 99"_s},
+        {"UPDATE Table1, Table2 SET Table1.col1 = Table2.col2 WHERE Table1.id = Table2.id + 1", 3,
+         "Table1", u"1 a 10; 2 5 20; 3 8 30"_s},
+        {"UPDATE Table1 INNER JOIN (SELECT id, col2 FROM Table2 WHERE col2 > 6) AS s ON Table1.id "
+         "= s.id SET Table1.col1 = 'x' & s.col2",
+         2, "Table1", u"1 a 10; 2 x8 20; 3 c 30"_s},
+        {"UPDATE DISTINCTROW Table1 SET Table1.col1 = 'b';", 3, "Table1",
+         u"1 b 10; 2 b 20; 3 b 30"_s},
+        {"UPDATE Table1 AS x SET x.col2 = x.col2 * 2 WHERE x.id = 3", 1, "Table1",
+         u"1 a 10; 2 b 20; 3 c 60"_s},
+    });
+    // Values are stored as their columns keep them, and no helper table stays behind.
+    EXPECT_EQ(db_->execute(u"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET "
+                           "Table1.col2 = '1' & Table2.col2 WHERE Table2.id = 1"_s),
+              1);
+    EXPECT_EQ(stored("col2", "Table1", 1), "integer:15");
+    EXPECT_EQ(raw("SELECT count(*) FROM temp.sqlite_master"), "0");
+}
+
+TEST_F(StoredStatements, UpdatesTheDialectCannotWriteAreRefusedAndWriteNothing) {
+    const std::pair<const char*, int> cases[] = {
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET Table1.col2 = 'x' & "
+         "Table2.col2 WHERE Table2.col2 = 8",
+         vb::err::TypeMismatch},
+        {"UPDATE Table1 INNER JOIN (SELECT id, col2 FROM Table2) AS s ON Table1.id = s.id SET "
+         "s.col2 = 1",
+         jet::err::NotUpdatable},
+        // A join to a grouping query makes no table of it writable.
+        {"UPDATE Table1 INNER JOIN (SELECT id, max(col2) AS most FROM Table2 GROUP BY id) AS s ON "
+         "Table1.id = s.id SET Table1.col2 = s.most",
+         jet::err::NotUpdatable},
+        {"UPDATE Table1 INNER JOIN Table2 ON Table1.id = Table2.id SET col2 = 1",
+         jet::err::AmbiguousField},
+        {"UPDATE Table1 SET Table2.col2 = 1", jet::err::TooFewParameters},
+    };
+    for (const auto& [text, error] : cases)
+        expectFailure(text, error);
+}
+
+TEST_F(StoredStatements, DeleteTakesTheRowsOfTheTablesItsListNames) {
+    expectWrites({
+        {"DELETE Table1.* FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id WHERE "
+         "Table2.col2 = 8;",
+         1, "Table1", u"1 a 10; 3 c 30"_s},
+        // The designer lists the column it tests too; a row matched twice goes once.
+        {"DELETE DISTINCTROW Table1.*, Table2.col2 FROM Table1 INNER JOIN Table2 ON Table1.id = "
+         "Table2.id WHERE (((Table2.col2)>6)) WITH OWNERACCESS OPTION;",
+         1, "Table2", u"1 5; 2 7; 2 8; 4 99"_s},
+        // Without a table.*, the tables of the columns named.
+        {"DELETE Table2.col2 FROM Table1, Table2 WHERE Table1.id = Table2.id AND Table1.col1 = 'b'",
+         2, "Table2", u"1 5; 4 99"_s},
+        // Rows of two tables, as the join matched them before either lost one.
+        {"DELETE Table1.*, Table2.* FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id WHERE "
+         "Table2.col2 = 5",
+         2, "Table2", u"2 7; 2 8; 4 99"_s},
+        {"DELETE t.* FROM Table1 AS t LEFT JOIN Table2 ON t.id = Table2.id WHERE Table2.id Is Null",
+         1, "Table1", u"1 a 10; 2 b 20"_s},
+        {"DELETE FROM Table1 AS x WHERE x.col2 > 15", 2, "Table1", u"1 a 10"_s},
+    });
+    const std::pair<const char*, int> refused[] = {
+        {"DELETE * FROM Table1 INNER JOIN Table2 ON Table1.id = Table2.id",
+         jet::err::DeleteWhichTable},
+        {"DELETE Table9.* FROM Table1, Table2", jet::err::NoInputTable},
+        {"DELETE s.* FROM Table1 INNER JOIN (SELECT id FROM Table2) AS s ON Table1.id = s.id",
+         jet::err::CannotDeleteFrom},
+    };
+    for (const auto& [text, error] : refused)
+        expectFailure(text, error);
+}
+
+TEST_F(StoredStatements, DesignerTextRunsWithItsOptionsAndLineBreaks) {
+    expectWrites({
+        {"INSERT INTO Table2 ( id, col2 ) SELECT DISTINCTROW TOP 2 Table1.id, Table1.col2 FROM "
+         "Table1 ORDER BY Table1.col2 DESC WITH OWNERACCESS OPTION;\r\n\r\n  ",
+         2, "Table2", u"1 5; 2 7; 2 8; 4 99; 3 30; 2 20"_s},
+        {"SELECT Table1.* INTO Table4 IN '' FROM Table1\r\nWHERE Table1.id > 1;", 2, "Table4",
+         u"2 b 20; 3 c 30"_s},
+        // "--" is two minus signs.
+        {"UPDATE Table1 SET col2 = col2 --1 WHERE id = 1", 1, "Table1",
+         u"1 a 11; 2 b 20; 3 c 30"_s},
+    });
+    EXPECT_EQ(query(u"SELECT DISTINCTROW Table1.col1 FROM Table1 WITH OWNERACCESS OPTION;"_s)
+                  ->recordCount(),
+              3u);
+    expectFailure("SELECT * INTO Table5 IN 'other.mdb' FROM Table1", jet::err::FileNotFound);
+    EXPECT_EQ(errorOf([&] { query(u"select * from Table5"_s); }), jet::err::NoInputTable);
+}
+
+TEST_F(StoredStatements, DeclaredParametersAreTypedAsDeclaredAndAskedForWhenRun) {
+    const jet::Statement statement = jet::parseStatement(
+        u"PARAMETERS [Start Date] DateTime, Reg Short, [x] Text ( 255 ), v Value, [Forms]![f]![n] "
+        "IEEESingle, id Text; SELECT [Start Date] + 1, Reg, x, v, [Forms]![f]![n], id FROM Table1"_s);
+    const jet::Binding binding =
+        jet::bindStatement(statement, jet::Catalog::fromSqlite(db_->handle()));
+    std::vector<jet::SqlType> types;
+    for (const jet::OutputColumn& out : binding.outputs(&std::get<jet::Select>(statement)))
+        types.push_back(out.type.type);
+    // A declared name that a column answers to is the column (id stays a Long).
+    EXPECT_EQ(types, (std::vector<jet::SqlType>{jet::SqlType::Date, jet::SqlType::Integer,
+                                                jet::SqlType::Text, jet::SqlType::Unknown,
+                                                jet::SqlType::Single, jet::SqlType::Long}));
+
+    // Nothing hands this engine their values: a run asks for all that are declared, after what
+    // the binder refuses, and an undeclared name is named.
+    expectFailure("PARAMETERS [p] Long; SELECT Table1.* FROM Table1 WHERE Table1.id=[p];",
+                  jet::err::TooFewParameters, "Too few parameters. Expected 1.");
+    expectFailure("PARAMETERS a Long, b Text; UPDATE Table1 SET col2 = a",
+                  jet::err::TooFewParameters, "Too few parameters. Expected 2.");
+    expectFailure("PARAMETERS a Long; SELECT nofunction(a) FROM Table1",
+                  jet::err::UndefinedFunction);
+    expectFailure("PARAMETERS a Long; SELECT a + b FROM Table1", jet::err::TooFewParameters,
+                  "Too few parameters. Expected 1. (Unknown name 'b'.)");
+}
+
+namespace {
+
+QString fieldTypes(const rs::Recordset& rs) {
+    QStringList types;
+    for (int i = 0; i < rs.fieldCount(); ++i)
+        types << rs.field(i).name() + u':' + QString::number(static_cast<int>(rs.field(i).type())) +
+                     u'/' + QString::number(rs.field(i).definedSize());
+    return types.join(u' ');
+}
+
+} // namespace
+
+TEST_F(StoredStatements, AlterTableAddsColumnsTheCatalogReadsBackAndDropsThem) {
+    // A column that must be given goes only into a table whose rows would all lack it.
+    EXPECT_NE(errorOf([&] { db_->execute(u"ALTER TABLE Table3 ADD COLUMN n Long NOT NULL"_s); }),
+              0);
+    writePast("DELETE FROM Table3");
+    for (const char* column : {"c3 TEXT(10)", "[c 4] Long NOT NULL", "c5 DateTime", "c6 YesNo"})
+        EXPECT_EQ(db_->execute(u"ALTER TABLE Table3 ADD COLUMN "_s + QString::fromUtf8(column)), 0);
+    EXPECT_EQ(fieldTypes(*query(u"SELECT * FROM Table3"_s)),
+              u"col2:3/0 label:202/10 c3:202/10 c 4:3/0 c5:7/0 c6:11/0"_s);
+    // Writes convert as the added columns keep their values.
+    db_->execute(u"INSERT INTO Table3 ([c 4], c5) VALUES ('12', '3/28/2003')"_s);
+    EXPECT_EQ(stored("\"c 4\"", "Table3", 1), "integer:12");
+    EXPECT_EQ(stored("c5", "Table3", 1), "integer:37708");
+
+    EXPECT_EQ(db_->execute(u"ALTER TABLE Table3 DROP COLUMN c3"_s), 0);
+    EXPECT_EQ(db_->execute(u"alter table Table3 drop [c 4];"_s), 0);
+    EXPECT_EQ(fieldTypes(*query(u"SELECT * FROM Table3"_s)),
+              u"col2:3/0 label:202/10 c5:7/0 c6:11/0"_s);
+    // A session's own table changes too, and the next statement sees it.
+    db_->execute(u"SELECT id INTO tblTemp7 FROM Table1"_s);
+    db_->execute(u"ALTER TABLE tblTemp7 ADD COLUMN n Long"_s);
+    EXPECT_EQ(db_->execute(u"UPDATE tblTemp7 SET n = id * 2"_s), 3);
+
+    const QString trans = fieldTypes(*query(u"SELECT * FROM tblTrans"_s));
+    const struct {
+        const char* text;
+        int error;
+        const char* message;
+    } refused[] = {
+        {"ALTER TABLE Table2 ADD COLUMN col2 LONG", jet::err::FieldExists,
+         "Field 'col2' already exists in table 'Table2'."},
+        {"ALTER TABLE Table2 DROP COLUMN nope", jet::err::NoSuchField,
+         "There is no field named 'nope' in table 'Table2'."},
+        {"ALTER TABLE Table9 ADD COLUMN a LONG", jet::err::NoSuchTable, nullptr},
+        // What SQLite cannot do: drop a column an index or the row number needs, change a
+        // column, add a key.
+        {"ALTER TABLE tblTrans DROP COLUMN fldTransTime", jet::err::IndexedField, nullptr},
+        {"ALTER TABLE tblTrans DROP COLUMN idftransid", jet::err::IndexedField, nullptr},
+        {"ALTER TABLE tblTrans ALTER COLUMN fldTransQty TEXT(10)", jet::err::NotSupported, nullptr},
+        {"ALTER TABLE tblTrans ADD COLUMN n COUNTER", jet::err::NotSupported, nullptr},
+        {"ALTER TABLE tblTrans ADD CONSTRAINT pk PRIMARY KEY (fldTransQty)", jet::err::NotSupported,
+         nullptr},
+    };
+    for (const auto& r : refused)
+        expectFailure(r.text, r.error, r.message);
+    EXPECT_EQ(fieldTypes(*query(u"SELECT * FROM tblTrans"_s)), trans);
 }

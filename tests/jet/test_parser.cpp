@@ -236,7 +236,8 @@ TEST_F(ParserTree, StatementsCarryTheirParts) {
     EXPECT_EQ(update.assignments[1].column->name, u"b"_s);
     EXPECT_TRUE(update.where);
 
-    EXPECT_EQ(std::get<jet::Delete>(jet::parseStatement(u"Delete * from [x y]"_s)).table, u"x y"_s);
+    EXPECT_EQ(std::get<jet::Delete>(jet::parseStatement(u"Delete * from [x y]"_s)).from[0]->name,
+              u"x y"_s);
     EXPECT_EQ(std::get<jet::DropTable>(jet::parseStatement(u"DROP TABLE tblTemp3;"_s)).name,
               u"tblTemp3"_s);
 

@@ -282,6 +282,9 @@ TEST_F(SiteTool, TheCommandLineHelpsReportsErrorsByNumberAndNeverMakesAFileByAcc
     EXPECT_TRUE(run.err.startsWith(u"Error 3061: "_s)) << run.err.toStdString();
     run = tool({u"query"_s, path(), u"delete * from tblLog"_s});
     EXPECT_EQ(run.out, u"0 rows changed\n"_s);
+    // SELECT ... INTO makes a table: it tells the rows it wrote, as the other writes do.
+    run = tool({u"query"_s, path(), u"select * into tblCopy from tblTrans where idftransid < 3"_s});
+    EXPECT_EQ(run.out, u"2 rows changed\n"_s) << run.err.toStdString();
 }
 
 TEST_F(SiteTool, AddSiteListsTheSiteForTheClientAndKeepsTheUsersOwn) {

@@ -1,0 +1,1 @@
+DELETE DISTINCTROW tblTrans.*, lkpActions.fldActionCode FROM tblTrans INNER JOIN lkpActions ON tblTrans.fkyActionID = lkpActions.idfActionID WHERE (((lkpActions.fldActionCode) Like 'V%'));

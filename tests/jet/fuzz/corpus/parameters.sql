@@ -1,0 +1,1 @@
+PARAMETERS [Start Date] DateTime, Reg Short, [Forms]![Search]![Text] Text ( 255 ); SELECT tblTrans.* FROM tblTrans WHERE tblTrans.fldTransTime >= [Start Date] AND tblTrans.fldtransregnum = Reg;

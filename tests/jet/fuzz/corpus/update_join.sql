@@ -1,0 +1,1 @@
+UPDATE DISTINCTROW (tblTrans INNER JOIN tblActors ON tblTrans.fkyActorID = tblActors.idfActorID) LEFT JOIN lkpActions ON tblTrans.fkyActionID = lkpActions.idfActionID SET tblTrans.fldTransDesc = [tblActors].[fldActorCode] & lkpActions.fldActionCode, lkpActions.fldActionDesc = tblTrans.fldTransDesc WHERE (((tblTrans.fldTransQty)>1)) WITH OWNERACCESS OPTION;
