@@ -12,10 +12,10 @@ std::optional<ColumnType> columnTypeFromName(const QString& typeName, int size) 
     auto make = [&](SqlType type) { return ColumnType{type, size, false}; };
     if (t == u"COUNTER" || t == u"AUTOINCREMENT" || t == u"IDENTITY")
         return ColumnType{SqlType::Long, 0, true};
-    if (t == u"LONG" || t == u"INT" || t == u"INTEGER4" || t == u"LONGINTEGER")
+    // The dialect's INTEGER is a Long; its 16-bit whole number is SHORT.
+    if (t == u"LONG" || t == u"INT" || t == u"INTEGER" || t == u"INTEGER4" || t == u"LONGINTEGER")
         return make(SqlType::Long);
-    if (t == u"INTEGER" || t == u"SHORT" || t == u"SMALLINT" || t == u"INTEGER2")
-        return make(SqlType::Integer);
+    if (t == u"SHORT" || t == u"SMALLINT" || t == u"INTEGER2") return make(SqlType::Integer);
     if (t == u"BYTE" || t == u"TINYINT" || t == u"INTEGER1") return make(SqlType::Byte);
     if (t == u"SINGLE" || t == u"REAL" || t == u"FLOAT4" || t == u"IEEESINGLE")
         return make(SqlType::Single);

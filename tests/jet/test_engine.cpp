@@ -862,6 +862,20 @@ TEST_F(TypedWrites, ValuesTheLanguageConvertsAreStoredAsTheColumnsKind) {
     EXPECT_EQ(rs->recordCount(), std::size(cases) + 1);
 }
 
+TEST_F(TypedWrites, DataDefinitionTypeNamesMeanTheDialectsKinds) {
+    // INTEGER and INT are the dialect's 32-bit Long, SMALLINT its 16-bit Integer.
+    db_->execute(u"CREATE TABLE tblNames (i INTEGER, n INT, s SMALLINT, r REAL, m MONEY)"_s);
+    auto rs = query(u"SELECT * FROM tblNames"_s);
+    const rs::AdoType expected[] = {rs::AdoType::Integer, rs::AdoType::Integer,
+                                    rs::AdoType::SmallInt, rs::AdoType::Single,
+                                    rs::AdoType::Currency};
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(rs->field(i).type(), expected[i]) << rs->field(i).name().toStdString();
+    EXPECT_EQ(db_->execute(u"INSERT INTO tblNames (i) VALUES (100000)"_s), 1);
+    EXPECT_EQ(errorOf([&] { db_->execute(u"INSERT INTO tblNames (s) VALUES (100000)"_s); }),
+              vb::err::Overflow);
+}
+
 TEST_F(TypedWrites, ASingleColumnReachesFunctionsAsASingle) {
     ASSERT_EQ(db_->execute(u"INSERT INTO tblKinds (f) VALUES (0.0000234)"_s), 1);
     auto rs = query(u"SELECT CStr(f) AS a, f & '' AS b, f AS c, CStr(f + f) AS d FROM tblKinds"_s);
