@@ -763,11 +763,13 @@ SqliteGenerator::Commands writeBack(const WrittenTable& w, const QString& row) {
         names << column;
         given << valueColumn(place);
     }
-    SqliteGenerator::Commands commands{
+    SqliteGenerator::Commands commands;
+    commands.reserve(2);
+    commands.push_back(
         {u"UPDATE "_s + target + u" SET "_s + sets.join(u", "_s) + u" FROM (SELECT * FROM "_s +
              kMatches + u" WHERE rowid IN (SELECT max(rowid) FROM "_s + kMatches + u" GROUP BY "_s +
              row + u")) AS jet_match WHERE "_s + target + u".rowid = jet_match."_s + row,
-         false}};
+         false});
     if (w.source->optional)
         commands.push_back({insertInto(w.table->name, names) + u"SELECT "_s + given.join(u", "_s) +
                                 u" FROM "_s + kMatches + u" WHERE "_s + row +
