@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# The demo: sets up the machine, builds, makes a demo site when there is none yet, lists it in the
-# client's sites as "Demo Store" (the user's own sites stay as they are), starts the stand-in video
-# viewer that DVR searches reach (unless one is already running) and starts the client. The viewer
-# this script started stops when the client ends. Any arguments go to the client.
+# The demo: sets up the machine, builds, makes a demo site when there is none yet or its last
+# transaction is more than a day old (scripts/demo-site.sh), lists it in the client's sites as
+# "Demo Store" (the user's own sites stay as they are), starts the stand-in video viewer that DVR
+# searches reach (unless one is already running) and starts the client. The viewer this script
+# started stops when the client ends. Any arguments go to the client.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${TILLSIGHT_BUILD_DIR:-$root/build}"
@@ -16,15 +17,7 @@ site_tool="$build/src/site/tillsight-site"
 client="$build/src/client/tillsight"
 viewer="$build/src/viewer/tillsight-viewer"
 site="$data/demo.tsite"
-if [ ! -s "$site" ]; then
-  # Made under another name first, so that an interrupted run leaves no half-filled site behind.
-  mkdir -p "$data"
-  partial="$site.partial"
-  rm -f "$partial"
-  "$site_tool" init "$partial"
-  "$site_tool" demo "$partial" --days 90 --end today
-  mv "$partial" "$site"
-fi
+bash "$root/scripts/demo-site.sh" "$site_tool" "$site"
 "$site_tool" add-site "$site" --client "$client" --name "Demo Store"
 
 if [ -z "${DISPLAY:-}${WAYLAND_DISPLAY:-}${QT_QPA_PLATFORM:-}" ]; then

@@ -386,6 +386,13 @@ private:
     std::vector<int> actionWeights_;
 };
 
+// The last second of `day` that is written: the end moment's on its own day, else the whole day.
+int lastSecondOf(const DemoOptions& options, double day) {
+    if (options.endMoment == 0) return 86399;
+    const vb::DayAndSecond end = vb::splitSerial(options.endMoment);
+    return end.day == static_cast<std::int64_t>(day) ? end.second : 86399;
+}
+
 void writeTransactions(sqlite3* db, Rng& rng, const DemoOptions& options, double firstDay,
                        DemoSummary& summary, const DemoProgress& progress) {
     Writer insert(db, "INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, "
@@ -394,7 +401,11 @@ void writeTransactions(sqlite3* db, Rng& rng, const DemoOptions& options, double
     DayPlanner planner(options);
     for (int d = 0; d < options.days; ++d) {
         const double day = firstDay + d;
+        const int lastSecond = lastSecondOf(options, day);
+        // The whole day is planned even when it is cut short, so the days before it stay the
+        // same rows whatever the end moment.
         for (const Line& line : planner.plan(rng, day)) {
+            if (line.second > lastSecond) break;
             const ActionKind& action = kActions[line.action];
             const double serial = vb::joinSerial(static_cast<std::int64_t>(day), line.second);
             insert.number(1, jet::storage::linearFromSerial(serial))

@@ -17,6 +17,9 @@ struct DemoOptions {
     int clerks = 24;
     int perDay = 1500;
     double endDay = 0; // a date serial; 0 means the fixed default day
+    // A date-time serial on the last day: nothing later is written, so a demo made "now" shows
+    // no sales yet to come. 0 writes the whole last day.
+    double endMoment = 0;
 };
 
 struct DemoSummary {

@@ -63,7 +63,8 @@ same rows.
   --registers N    registers (default 6); the last one has no camera
   --clerks N       clerks (default 24)
   --per-day N      transactions on an average day (default 1500)
-  --end DATE       the last day, as yyyy-mm-dd or "today" (default 2003-03-28)
+  --end DATE       the last day, as yyyy-mm-dd, "today" or "now" (default 2003-03-28);
+                   "now" ends the data at the present moment
   --replace        write over demo data the site already holds
   --quiet          print nothing on success
 )"_s},
@@ -127,13 +128,23 @@ long long number(const Arguments& args, const QString& option, long long fallbac
     return value;
 }
 
-double endDay(const Arguments& args) {
-    if (!args.values.contains(u"--end"_s)) return 0;
+// The last day, and with "now" the moment the data ends on that day.
+void readEnd(const Arguments& args, site::DemoOptions& options) {
+    if (!args.values.contains(u"--end"_s)) return;
     const QString text = args.values[u"--end"_s];
-    if (text == u"today") return vb::today();
+    if (text == u"now") {
+        options.endMoment = vb::now();
+        options.endDay = static_cast<double>(vb::splitSerial(options.endMoment).day);
+        return;
+    }
+    if (text == u"today") {
+        options.endDay = vb::today();
+        return;
+    }
     const QDate date = QDate::fromString(text, Qt::ISODate);
-    if (!date.isValid()) throw UsageError{u"--end needs a date as yyyy-mm-dd or \"today\""_s};
-    return vb::dateSerial(date.year(), date.month(), date.day());
+    if (!date.isValid())
+        throw UsageError{u"--end needs a date as yyyy-mm-dd, \"today\" or \"now\""_s};
+    options.endDay = vb::dateSerial(date.year(), date.month(), date.day());
 }
 
 const QString& onlyPath(const Arguments& args, int expected) {
@@ -163,7 +174,7 @@ int runDemo(const Arguments& args) {
     options.registers = static_cast<int>(number(args, u"--registers"_s, options.registers));
     options.clerks = static_cast<int>(number(args, u"--clerks"_s, options.clerks));
     options.perDay = static_cast<int>(number(args, u"--per-day"_s, options.perDay));
-    options.endDay = endDay(args);
+    readEnd(args, options);
     const bool quiet = args.flags.contains(u"--quiet"_s);
     const bool showProgress = !quiet && isatty(fileno(stderr));
 

@@ -114,7 +114,8 @@ QByteArray DvmsStream::takeHeld() {
     return std::exchange(held_, {});
 }
 
-DvmsServer::DvmsServer(QObject* parent) : QObject(parent) {
+DvmsServer::DvmsServer(int idleMs, QObject* parent)
+    : QObject(parent), keeper_(idleMs, kMaxConnections) {
     connect(&server_, &QTcpServer::newConnection, this, &DvmsServer::accept);
 }
 
@@ -125,8 +126,10 @@ bool DvmsServer::listen(quint16 port, QString& error) {
 }
 
 void DvmsServer::accept() {
-    while (QTcpSocket* socket = server_.nextPendingConnection())
+    while (QTcpSocket* socket = server_.nextPendingConnection()) {
         new DvmsConnection(socket, this);
+        keeper_.admit(socket, [socket] { socket->disconnectFromHost(); });
+    }
 }
 
 } // namespace viewer

@@ -12,6 +12,7 @@
 // Anything that is not a command when it ends is reported as rejected and dropped; the
 // connection stays open for what follows. Nothing is ever sent back.
 
+#include "viewer/ConnectionKeeper.h"
 #include "viewer/ViewerRequest.h"
 
 #include <QByteArray>
@@ -49,7 +50,8 @@ private:
 class DvmsServer : public QObject {
     Q_OBJECT
 public:
-    explicit DvmsServer(QObject* parent = nullptr);
+    // A connection idle for idleMs is closed (see ConnectionKeeper).
+    explicit DvmsServer(int idleMs = kDefaultIdleMs, QObject* parent = nullptr);
 
     // Listens on 127.0.0.1; port 0 takes any free port, which port() then tells.
     bool listen(quint16 port, QString& error);
@@ -63,6 +65,7 @@ private:
     void accept();
 
     QTcpServer server_;
+    ConnectionKeeper keeper_;
 };
 
 } // namespace viewer

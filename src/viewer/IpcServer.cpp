@@ -97,7 +97,8 @@ private:
 
 } // namespace
 
-IpcServer::IpcServer(QObject* parent) : QObject(parent) {
+IpcServer::IpcServer(int idleMs, QObject* parent)
+    : QObject(parent), keeper_(idleMs, kMaxConnections) {
     server_.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&server_, &QLocalServer::newConnection, this, &IpcServer::accept);
 }
@@ -116,8 +117,10 @@ bool IpcServer::listen(const QString& name, QString& error) {
 }
 
 void IpcServer::accept() {
-    while (QLocalSocket* socket = server_.nextPendingConnection())
+    while (QLocalSocket* socket = server_.nextPendingConnection()) {
         new IpcSession(socket, this);
+        keeper_.admit(socket, [socket] { socket->disconnectFromServer(); });
+    }
 }
 
 } // namespace viewer

@@ -5,6 +5,7 @@
 // history; every request line is answered (OK or ERROR), so a client that sends nonsense learns
 // why and can go on.
 
+#include "viewer/ConnectionKeeper.h"
 #include "viewer/ViewerRequest.h"
 
 #include <QLocalServer>
@@ -17,7 +18,8 @@ namespace viewer {
 class IpcServer : public QObject {
     Q_OBJECT
 public:
-    explicit IpcServer(QObject* parent = nullptr);
+    // A connection idle for idleMs is closed (see ConnectionKeeper).
+    explicit IpcServer(int idleMs = kDefaultIdleMs, QObject* parent = nullptr);
 
     // Only this user's processes may connect. A name left behind by a viewer that died is taken
     // over; one that a running viewer still answers is refused with the reason in error.
@@ -30,6 +32,7 @@ private:
     void accept();
 
     QLocalServer server_;
+    ConnectionKeeper keeper_;
 };
 
 } // namespace viewer

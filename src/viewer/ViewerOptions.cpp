@@ -26,9 +26,13 @@ Options:
   --port N          the DVMS port on 127.0.0.1 (default %2; 0 takes any free port)
   --log FILE        append each request to FILE as one tab-separated line
   --headless        open no window (no display needed); with --log, for tests and scripts
+  --idle SECONDS    close a connection that has sent nothing for this long (default %3; at
+                    most %4 connections per method, a new one closing the longest idle)
   -h, --help        show this text
 )"_s.arg(dvr::ipc::defaultServerName())
-        .arg(kDvmsPort);
+        .arg(kDvmsPort)
+        .arg(kDefaultIdleMs / 1000)
+        .arg(kMaxConnections);
 }
 
 Exit usageError(const QString& message) {
@@ -43,8 +47,9 @@ std::variant<ViewerOptions, Exit> parseOptions(const QStringList& arguments) {
     const QCommandLineOption port(u"port"_s, {}, u"N"_s);
     const QCommandLineOption log(u"log"_s, {}, u"FILE"_s);
     const QCommandLineOption headless(u"headless"_s);
+    const QCommandLineOption idle(u"idle"_s, {}, u"SECONDS"_s);
     const QCommandLineOption help(QStringList{u"h"_s, u"help"_s});
-    parser.addOptions({ipcName, port, log, headless, help});
+    parser.addOptions({ipcName, port, log, headless, idle, help});
     if (!parser.parse(arguments)) return usageError(parser.errorText());
     if (parser.isSet(help)) return Exit{0, helpText()};
     if (!parser.positionalArguments().isEmpty())
@@ -60,6 +65,14 @@ std::variant<ViewerOptions, Exit> parseOptions(const QStringList& arguments) {
     }
     options.logPath = parser.value(log);
     options.headless = parser.isSet(headless);
+    if (parser.isSet(idle)) {
+        // Fractions of a second let tests wait briefly; the timer counts whole milliseconds.
+        bool ok = false;
+        const double seconds = parser.value(idle).toDouble(&ok);
+        if (!ok || !(seconds >= 0.001 && seconds <= 86400))
+            return usageError(u"--idle needs a number of seconds from 0.001 to 86400"_s);
+        options.idleMs = static_cast<int>(seconds * 1000);
+    }
     return options;
 }
 

@@ -3,6 +3,8 @@
 // The viewer's command line. It is read before any application object exists, because whether
 // the program may open windows (and so needs a display) depends on it.
 
+#include "viewer/ConnectionKeeper.h"
+
 #include <QString>
 #include <QStringList>
 #include <variant>
@@ -16,6 +18,7 @@ struct ViewerOptions {
     quint16 port = kDvmsPort;
     QString logPath;
     bool headless = false;
+    int idleMs = kDefaultIdleMs;
 };
 
 // The program ends at once: status 0 after --help, 2 after a wrong command line; message goes to

@@ -72,9 +72,9 @@ int run(const ViewerOptions& options) {
     RequestLog log;
     QString error;
     if (!options.logPath.isEmpty() && !log.open(options.logPath, error)) return fail(error);
-    IpcServer ipc;
+    IpcServer ipc(options.idleMs);
     if (!ipc.listen(options.ipcName, error)) return fail(error);
-    DvmsServer dvms;
+    DvmsServer dvms(options.idleMs);
     if (!dvms.listen(options.port, error)) return fail(error);
 
     const QString endpoints =

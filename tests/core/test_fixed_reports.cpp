@@ -1,7 +1,7 @@
-#include "core/TransactionQuery.h"
 #include "core/modFixedReports.h"
 #include "jet/SqliteDatabase.h"
 #include "recordset/AdoType.h"
+#include "support/ReportTexts.h"
 #include "vb/Convert.h"
 
 #include "site/SiteSchema.h"
@@ -20,7 +20,7 @@ using testsupport::errorOf;
 
 namespace {
 
-const QString kClerk = QString::fromUtf16(core::kClerkLabel);
+const QString& kClerk = testsupport::kClerkLabelText;
 
 } // namespace
 
@@ -63,7 +63,7 @@ TEST(FixedReportExpansion, AClerkCountTemplateReadsAsThePowerSearchWouldWriteIt)
         u"tblTrans.fkyActorID WHERE <Interval> AND <Critical> GROUP BY <AggClk> ORDER BY <AggClk>"_s,
         false, interval, 3);
     EXPECT_EQ(expanded, u"SELECT "_s + kClerk + u" as [Clerk], count(*) AS [Count] "_s +
-                            QString::fromUtf16(core::kTransJoin) + u"WHERE "_s + interval +
+                            testsupport::kTransJoinText + u"WHERE "_s + interval +
                             u" AND TRUE GROUP BY "_s + kClerk + u" ORDER BY "_s + kClerk);
 }
 
@@ -222,7 +222,7 @@ TEST_F(FixedReportSite, TheListHoldsFirstStagesOnlyAndEveryTemplateUsesTheShared
             EXPECT_TRUE(sql.contains(u"<tblname>"_s, Qt::CaseInsensitive));
         }
         if (sql.contains(u"tblTrans"_s, Qt::CaseInsensitive)) {
-            EXPECT_TRUE(sql.contains(QString::fromUtf16(core::kTransJoin)));
+            EXPECT_TRUE(sql.contains(testsupport::kTransJoinText));
             EXPECT_TRUE(sql.contains(u"<Interval>"_s));
         }
     }

@@ -236,13 +236,23 @@ struct ToolRun {
     QString err;
 };
 
-ToolRun tool(const QStringList& args) {
+ToolRun run(const QString& program, const QStringList& args) {
     QProcess process;
-    process.start(QStringLiteral(TILLSIGHT_SITE_TOOL), args);
+    process.start(program, args);
     process.waitForFinished(60000);
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
+}
+
+ToolRun tool(const QStringList& args) {
+    return run(QStringLiteral(TILLSIGHT_SITE_TOOL), args);
+}
+
+// The demo's site script, as scripts/demo.sh runs it, with a short demo.
+ToolRun demoSiteScript(const QString& site) {
+    return run(u"bash"_s, {QStringLiteral(TILLSIGHT_DEMO_SITE_SCRIPT),
+                           QStringLiteral(TILLSIGHT_SITE_TOOL), site, u"3"_s});
 }
 
 } // namespace
@@ -310,4 +320,39 @@ TEST_F(SiteTool, AddSiteListsTheSiteForTheClientAndKeepsTheUsersOwn) {
         tool({u"add-site"_s, path(u"none.tsite"_s), u"--client"_s, client, u"--name"_s, u"X"_s});
     EXPECT_EQ(missing.status, 1);
     EXPECT_FALSE(QString::fromUtf8(readFile(path(u"tillsight.ini"_s))).contains(u"[X]"_s));
+}
+
+TEST_F(SiteTool, ADemoMadeNowEndsThereAndTheDemoRenewsOnlyAStaleSite) {
+    auto countOf = [this](const QString& site, const QString& query) {
+        return count(*site::openExistingSite(site), query);
+    };
+    const QString yetToCome = u"select count(*) from tblTrans where fldTransTime > now()"_s;
+    const QString lastDay = u"select count(*) from tblTrans where fldTransTime > now() - 1"_s;
+    const QString all = u"select count(*) from tblTrans"_s;
+
+    // Nothing after the present moment, and the day before it is there.
+    const QString fresh = path(u"fresh.tsite"_s);
+    ASSERT_EQ(tool({u"init"_s, fresh}).status, 0);
+    const ToolRun made = tool({u"demo"_s, fresh, u"--days"_s, u"2"_s, u"--end"_s, u"now"_s});
+    ASSERT_EQ(made.status, 0) << made.err.toStdString();
+    EXPECT_EQ(countOf(fresh, yetToCome), 0);
+    EXPECT_GT(countOf(fresh, lastDay), 0);
+
+    // A site with a transaction of the last day is kept as it is.
+    const long long freshRows = countOf(fresh, all);
+    ToolRun script = demoSiteScript(fresh);
+    EXPECT_EQ(script.status, 0) << script.err.toStdString();
+    EXPECT_EQ(countOf(fresh, all), freshRows);
+
+    // An old site, and a missing one, are made afresh up to now.
+    const QString old = path(u"old.tsite"_s);
+    ASSERT_EQ(tool({u"init"_s, old}).status, 0);
+    ASSERT_EQ(tool({u"demo"_s, old, u"--days"_s, u"1"_s, u"--end"_s, u"2003-03-28"_s}).status, 0);
+    for (const QString& site : {old, path(u"missing/demo.tsite"_s)}) {
+        script = demoSiteScript(site);
+        ASSERT_EQ(script.status, 0) << script.err.toStdString();
+        EXPECT_EQ(countOf(site, yetToCome), 0);
+        EXPECT_GT(countOf(site, lastDay), 0);
+        EXPECT_FALSE(QFile::exists(site + u".partial"_s));
+    }
 }

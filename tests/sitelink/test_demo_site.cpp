@@ -3,9 +3,9 @@
 
 #include "sitelink/SiteLink.h"
 
-#include "core/TransactionQuery.h"
 #include "core/modFixedReports.h"
 #include "recordset/AdoType.h"
+#include "support/ReportTexts.h"
 #include "vb/Convert.h"
 
 #include "support/CoreApplication.h"
@@ -54,8 +54,7 @@ protected:
 
     // The joined transactions in an interval: what every count report must add up to.
     double joinedCount(const QString& interval) {
-        return number(u"select count(*) "_s + QString::fromUtf16(core::kTransJoin) + u"WHERE "_s +
-                      interval);
+        return number(u"select count(*) "_s + testsupport::kTransJoinText + u"WHERE "_s + interval);
     }
 
     std::shared_ptr<rs::Recordset> templateRow(int id) {
@@ -180,24 +179,22 @@ TEST_F(DemoLink, TheDailySummaryReportsAreLabelsThenCountsThatAddUp) {
     ASSERT_TRUE(perClerk);
     expectLabelThenNumbers(*perClerk);
     // Both average over the days of the span on which the store traded.
-    const double days =
-        number(u"select count(*) from (select distinct DateValue(fldTransTime) "_s +
-               QString::fromUtf16(core::kTransJoin) + u"WHERE "_s + kThirtyDays + u")"_s);
+    const double days = number(u"select count(*) from (select distinct DateValue(fldTransTime) "_s +
+                               testsupport::kTransJoinText + u"WHERE "_s + kThirtyDays + u")"_s);
     EXPECT_NEAR(cellSum(*perClerk, 1) * days, joinedCount(kThirtyDays), 1e-6);
 
     auto averageClerk = runReport(25, kThirtyDays, false);
     ASSERT_TRUE(averageClerk);
     expectLabelThenNumbers(*averageClerk);
-    const double clerks =
-        number(u"select count(*) from (select distinct tblTrans.fkyActorID "_s +
-               QString::fromUtf16(core::kTransJoin) + u"WHERE "_s + kThirtyDays + u")"_s);
+    const double clerks = number(u"select count(*) from (select distinct tblTrans.fkyActorID "_s +
+                                 testsupport::kTransJoinText + u"WHERE "_s + kThirtyDays + u")"_s);
     EXPECT_NEAR(cellSum(*averageClerk, 1) * days * clerks, joinedCount(kThirtyDays), 1e-6);
 
     // Critical only narrows the counts to the critical codes.
     auto critical = runReport(7, kDay, true);
     ASSERT_TRUE(critical);
     EXPECT_EQ(cellSum(*critical, 1),
-              joinedCount(kDay + u" AND "_s + QString::fromUtf16(core::kCriticalOnly)));
+              joinedCount(kDay + u" AND "_s + testsupport::kCriticalOnlyText));
     EXPECT_LT(critical->fieldCount(), day->fieldCount());
     EXPECT_TRUE(errors_.isEmpty()) << errors_.join(u'\n').toStdString();
 }

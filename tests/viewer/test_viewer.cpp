@@ -47,15 +47,16 @@ double moment(int year, int month, int day, int hour, int minute, int second) {
 // one.
 class ViewerProcess {
 public:
-    ViewerProcess(const QString& ipcName, const QString& logPath) {
+    ViewerProcess(const QString& ipcName, const QString& logPath, const QStringList& options = {}) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.remove(u"DISPLAY"_s);
         environment.remove(u"WAYLAND_DISPLAY"_s);
         environment.insert(u"QT_QPA_PLATFORM"_s, u"xcb"_s);
         process_.setProcessEnvironment(environment);
-        process_.start(
-            QStringLiteral(TILLSIGHT_VIEWER),
-            {u"--headless"_s, u"--ipc-name"_s, ipcName, u"--port"_s, u"0"_s, u"--log"_s, logPath});
+        process_.start(QStringLiteral(TILLSIGHT_VIEWER),
+                       QStringList{u"--headless"_s, u"--ipc-name"_s, ipcName, u"--port"_s, u"0"_s,
+                                   u"--log"_s, logPath} +
+                           options);
     }
     ~ViewerProcess() {
         process_.terminate();
@@ -112,7 +113,7 @@ protected:
 
     void SetUp() override {
         ASSERT_TRUE(dir_.isValid());
-        viewer_ = std::make_unique<ViewerProcess>(ipcName_, logPath());
+        viewer_ = std::make_unique<ViewerProcess>(ipcName_, logPath(), viewerOptions());
         port_ = viewer_->waitUntilListening();
         ASSERT_NE(port_, 0) << viewer_->process().readAllStandardError().toStdString();
     }
@@ -122,6 +123,9 @@ protected:
         // A viewer killed by a test leaves its socket file behind.
         QLocalServer::removeServer(ipcName_);
     }
+
+    // Options beyond those every viewer of the tests runs with.
+    virtual QStringList viewerOptions() const { return {}; }
 
     QString logPath() const { return dir_.filePath(u"requests.log"_s); }
 
@@ -394,3 +398,70 @@ TEST_F(ViewerTest, ASecondViewerIsRefusedAndADeadOnesNameIsTakenOver) {
 }
 
 } // namespace
+
+namespace {
+
+constexpr int kIdleSenders = 200;
+
+template <typename Socket>
+qsizetype stillOpen(const std::vector<std::unique_ptr<Socket>>& sockets) {
+    return std::count_if(sockets.begin(), sockets.end(), [](const auto& socket) {
+        return socket->state() != std::decay_t<decltype(*socket)>::UnconnectedState;
+    });
+}
+
+template <typename Socket>
+bool waitUntilOpen(const std::vector<std::unique_ptr<Socket>>& sockets, qsizetype count) {
+    return QTest::qWaitFor([&] { return stillOpen(sockets) == count; }, kWaitMs);
+}
+
+std::vector<std::unique_ptr<QLocalSocket>> idleIpcConnections(const QString& name, int count) {
+    std::vector<std::unique_ptr<QLocalSocket>> sockets;
+    for (int i = 0; i < count; ++i) {
+        sockets.push_back(std::make_unique<QLocalSocket>());
+        sockets.back()->connectToServer(name);
+        EXPECT_TRUE(sockets.back()->waitForConnected(kWaitMs));
+    }
+    return sockets;
+}
+
+// A viewer that closes a connection after half a second without a byte.
+class ShortIdleViewerTest : public ViewerTest {
+protected:
+    QStringList viewerOptions() const override { return {u"--idle"_s, u"0.5"_s}; }
+};
+
+} // namespace
+
+// Connections that say nothing are closed beyond the cap, the longest idle first, and never keep
+// a new sender out, by either method.
+TEST_F(ViewerTest, IdleConnectionsBeyondTheCapMakeRoomForANewSender) {
+    std::vector<std::unique_ptr<QTcpSocket>> idle;
+    for (int i = 0; i < kIdleSenders; ++i)
+        idle.push_back(dvmsConnection());
+    EXPECT_TRUE(waitUntilOpen(idle, viewer::kMaxConnections)) << stillOpen(idle);
+    EXPECT_EQ(idle.back()->state(), QAbstractSocket::ConnectedState) << "the newest stay";
+    auto sender = dvmsConnection();
+    sendDvms(*sender, "history,2003,03,28,14,05,09,02");
+    EXPECT_EQ(logLines(1),
+              QStringList{u"dvms\t2\t2003-03-28 14:05:09\thistory,2003,03,28,14,05,09,02"_s});
+
+    const auto idleIpc = idleIpcConnections(ipcName_, kIdleSenders);
+    EXPECT_TRUE(waitUntilOpen(idleIpc, viewer::kMaxConnections)) << stillOpen(idleIpc);
+    DvrIpcClient client(ipcName_);
+    EXPECT_TRUE(client.OpenSession());
+}
+
+TEST_F(ShortIdleViewerTest, ConnectionsIdleForTheIdleTimeAreClosedByEitherMethod) {
+    std::vector<std::unique_ptr<QTcpSocket>> dvms;
+    dvms.push_back(dvmsConnection());
+    dvms.push_back(dvmsConnection());
+    sendDvms(*dvms.back(), "history,2003,03,28,14,05,09,02");
+    const auto ipc = idleIpcConnections(ipcName_, 3);
+    EXPECT_TRUE(waitUntilOpen(dvms, 0)) << "a sender falls idle after its command too";
+    EXPECT_TRUE(waitUntilOpen(ipc, 0));
+    EXPECT_EQ(logLines(1),
+              QStringList{u"dvms\t2\t2003-03-28 14:05:09\thistory,2003,03,28,14,05,09,02"_s});
+    DvrIpcClient client(ipcName_);
+    EXPECT_TRUE(client.OpenSession()) << "the viewer still serves others";
+}

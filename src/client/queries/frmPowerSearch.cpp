@@ -208,6 +208,10 @@ void frmPowerSearch::subBuildPowerSearchTab() {
 
     auto* criteria = new QGridLayout;
     cboItem = fncAddLookup(u"cboItem"_s);
+    // A typed description is matched as it stands, so "BEER" alone finds only an item of that
+    // exact name; the tip says how to match part of one.
+    cboItem->setToolTip(u"Matches the exact text typed; add % for any letters: BEER% finds "
+                        u"every item starting with BEER"_s);
     cboAction = fncAddLookup(u"cboAction"_s);
     chkNotActionCode = new QCheckBox(u"Everything but this code"_s, panel);
     chkNotActionCode->setObjectName(u"chkNotActionCode"_s);

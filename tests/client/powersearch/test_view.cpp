@@ -72,6 +72,10 @@ TEST_F(SearchView, EveryControlCarriesItsCaption) {
     EXPECT_EQ(v.optSearchType[1]->text(), u"Summary by Clerk"_s);
     EXPECT_EQ(v.optDateTimeRange[2]->text(), u"Previous 24 Hours"_s);
     EXPECT_EQ(v.optDateTimeRange[9]->text(), u"Custom"_s);
+    // The item box matches exactly what is typed: its tip, one plain line, tells of the wildcard.
+    const QString itemTip = v.cboItem->toolTip();
+    EXPECT_TRUE(itemTip.contains(u'%')) << itemTip.toStdString();
+    EXPECT_FALSE(itemTip.contains(u'\n') || Qt::mightBeRichText(itemTip)) << itemTip.toStdString();
 }
 
 TEST_F(SearchView, AFullConnectFillsTheViewAndOpensThePowerSearch) {
