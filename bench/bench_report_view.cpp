@@ -5,6 +5,7 @@
 #include "reports/GroupBand.h"
 #include "reports/ReportGrid.h"
 #include "reports/frmReportOutput.h"
+#include "reports/modQueries.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -15,7 +16,7 @@
 // The report output view over a million sales lines of ten columns, as the user meets it: from
 // showing the view to its grid's first paint, a header dropped into the group band (one level,
 // then a second), a click on a group header that re-sorts, each until the grid has painted the
-// result; and the heap the view adds to the Recordset's own.
+// result; Autosize's fit; and the heap the view adds to the Recordset's own.
 namespace {
 
 using namespace benchsales;
@@ -135,6 +136,18 @@ void BM_ResortByGroupHeader(benchmark::State& state) {
         [](frmReportOutput& view) { clickChip(view, 0); });
 }
 
+// Autosize's fit of all ten columns to every one of the million rows' texts: each column's
+// distinct texts, the extremes of its numbers and the distinct days and times of its stamps.
+void BM_FitEveryColumn(benchmark::State& state) {
+    auto view = openView();
+    ReportGrid& grid = *view->DataList();
+    for (auto _ : state) {
+        modQueries::subAutoSizeColumns(grid, false);
+        benchmark::DoNotOptimize(grid.columnWidth(0));
+    }
+    state.counters["columns"] = grid.columnCount();
+}
+
 // The heap the view holds beyond the Recordset: when it has opened, and grouped by two columns
 // (the grouping sorts the set, whose sort order then counts as the view's).
 void BM_ViewMemory(benchmark::State& state) {
@@ -162,6 +175,7 @@ BENCHMARK(BM_ShowToFirstPaint)->Unit(benchmark::kMillisecond)->UseManualTime()->
 BENCHMARK(BM_GroupByOne)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
 BENCHMARK(BM_GroupBySecond)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
 BENCHMARK(BM_ResortByGroupHeader)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+BENCHMARK(BM_FitEveryColumn)->Unit(benchmark::kMillisecond)->Iterations(5);
 BENCHMARK(BM_ViewMemory)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 int main(int argc, char** argv) {

@@ -1,5 +1,9 @@
 #include "output/ColumnFormat.h"
 
+#include "vb/Convert.h"
+#include "vb/Format.h"
+#include "vb/VbError.h"
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace output {
@@ -17,6 +21,16 @@ QString fncColumnFormat(rs::AdoType type, const QString& name) {
         return u"general date"_s;
     default:
         return QString();
+    }
+}
+
+// Painting a grid must not fail on one cell.
+QString shownText(const vb::Variant& value, const QString& format) {
+    if (value.isNull()) return {};
+    try {
+        return format.isEmpty() ? vb::cstr(value) : vb::format(value, format);
+    } catch (const vb::VbError&) {
+        return {};
     }
 }
 

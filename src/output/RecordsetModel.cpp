@@ -1,8 +1,6 @@
 #include "output/RecordsetModel.h"
 
-#include "vb/Convert.h"
-#include "vb/Format.h"
-#include "vb/VbError.h"
+#include "output/ColumnFormat.h"
 
 #include <limits>
 
@@ -19,17 +17,6 @@ Qt::Alignment alignmentFor(rs::AdoType type) {
         return Qt::AlignRight | Qt::AlignVCenter;
     default:
         return Qt::AlignLeft | Qt::AlignVCenter;
-    }
-}
-
-// A value the format cannot show (a serial past the last date) shows empty: painting a grid must
-// not fail on one cell.
-QString shownText(const vb::Variant& value, const QString& format) {
-    if (value.isNull()) return {};
-    try {
-        return format.isEmpty() ? vb::cstr(value) : vb::format(value, format);
-    } catch (const vb::VbError&) {
-        return {};
     }
 }
 
@@ -77,8 +64,8 @@ bool RecordsetModel::holdsCell(int row, int column) const {
 
 QString RecordsetModel::cellText(int row, int column) const {
     if (!holdsCell(row, column)) return {};
-    return shownText(records_->valueAt(static_cast<std::size_t>(row), column),
-                     columns_[static_cast<std::size_t>(column)].format);
+    return output::shownText(records_->valueAt(static_cast<std::size_t>(row), column),
+                             columns_[static_cast<std::size_t>(column)].format);
 }
 
 void RecordsetModel::reorder() {

@@ -10,6 +10,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <numeric>
 
@@ -348,7 +349,51 @@ public:
         return keys;
     }
 
+    std::vector<vb::Variant> distinctValues(RowSpan rows) const override {
+        std::vector<Cell> cells;
+        forEachValue(rows, [&cells](Cell c) { cells.push_back(c); });
+        std::sort(cells.begin(), cells.end());
+        cells.erase(std::unique(cells.begin(), cells.end()), cells.end());
+        return variants(cells);
+    }
+
+    std::vector<vb::Variant> extremeValues(RowSpan rows) const override {
+        std::optional<Cell> least, greatest, negative, positive, zero;
+        forEachValue(rows, [&](Cell c) {
+            if (!least || c < *least) least = c;
+            if (!greatest || *greatest < c) greatest = c;
+            if (c < Cell{} && (!negative || *negative < c)) negative = c;
+            if (Cell{} < c && (!positive || c < *positive)) positive = c;
+            if (c == Cell{}) zero = c;
+        });
+        std::vector<Cell> cells;
+        for (const auto& cell : {least, greatest, negative, positive, zero})
+            if (cell) cells.push_back(*cell);
+        std::sort(cells.begin(), cells.end());
+        cells.erase(std::unique(cells.begin(), cells.end()), cells.end());
+        return variants(cells);
+    }
+
 private:
+    template <typename Visit> void forEachValue(RowSpan rows, Visit visit) const {
+        const auto one = [&](RowId row) {
+            if (!nulls_.test(row)) visit(cells_[row]);
+        };
+        if (rows) {
+            std::for_each(rows->begin(), rows->end(), one);
+            return;
+        }
+        for (RowId row = 0; row < cells_.size(); ++row)
+            one(row);
+    }
+
+    static std::vector<vb::Variant> variants(const std::vector<Cell>& cells) {
+        std::vector<vb::Variant> out;
+        out.reserve(cells.size());
+        std::transform(cells.begin(), cells.end(), std::back_inserter(out), Cells::toVariant);
+        return out;
+    }
+
     std::vector<Cell> cells_;
     NullBits nulls_;
 };
@@ -423,6 +468,22 @@ public:
         std::transform(cells_.begin(), cells_.end(), keys.begin(),
                        [&ranks](std::uint32_t index) { return ranks[index]; });
         return keys;
+    }
+
+    // The pool holds each text once; only which of them the rows use is left to find.
+    std::vector<vb::Variant> distinctValues(RowSpan rows) const override {
+        std::vector<std::uint8_t> used(pool_.size(), 0);
+        if (rows) {
+            for (RowId row : *rows)
+                used[cells_[row]] = 1;
+        } else {
+            for (std::uint32_t index : cells_)
+                used[index] = 1;
+        }
+        std::vector<vb::Variant> out;
+        for (std::size_t i = 1; i < pool_.size(); ++i)
+            if (used[i]) out.emplace_back(pool_[i]);
+        return out;
     }
 
 private:
@@ -504,6 +565,22 @@ public:
             keys[order[k]] = rank;
         }
         return keys;
+    }
+
+    // Values of different kinds that read alike ("1" and 1) show alike, so one stands for all.
+    std::vector<vb::Variant> distinctValues(RowSpan rows) const override {
+        QHash<QString, vb::Variant> seen;
+        const auto one = [&](RowId row) {
+            const vb::Variant& v = cells_[row];
+            if (!v.isNull()) seen.insert(vb::cstr(v), v);
+        };
+        if (rows) {
+            std::for_each(rows->begin(), rows->end(), one);
+        } else {
+            for (RowId row = 0; row < cells_.size(); ++row)
+                one(row);
+        }
+        return {seen.cbegin(), seen.cend()};
     }
 
 private:

@@ -12,11 +12,15 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace rs::detail {
 
 using RowId = std::uint32_t;
+
+// Some stored rows, or none given for every row.
+using RowSpan = std::optional<std::span<const RowId>>;
 
 // One byte per stored row, 1 where the row passes a criterion.
 using RowMask = std::vector<std::uint8_t>;
@@ -79,6 +83,16 @@ public:
 
     // An order-preserving key per stored row: 0 for Null, at least 1 for any value.
     virtual std::vector<std::uint64_t> sortKeys() const = 0;
+
+    // The distinct values of these stored rows (every row without rows), Null left out, in
+    // no set order.
+    virtual std::vector<vb::Variant> distinctValues(RowSpan rows) const = 0;
+    // For a column of numbers or dates: the least and the greatest stored value, the negative and
+    // the positive nearest zero, and zero, those that occur among the rows as above. Other
+    // columns give their distinct values.
+    virtual std::vector<vb::Variant> extremeValues(RowSpan rows) const {
+        return distinctValues(rows);
+    }
 
 protected:
     [[noreturn]] void raiseCannotCompare(const FilterValue& value, const char* needs) const;

@@ -126,6 +126,29 @@ bool Recordset::isNullAt(std::size_t row, int field) const {
     return table_->columns[column]->isNull(checkedRow(row));
 }
 
+Recordset::Bookmark Recordset::bookmarkAt(std::size_t row) const {
+    return checkedRow(row);
+}
+
+std::ptrdiff_t Recordset::rowOfBookmark(Bookmark bookmark) const {
+    if (allRows_) return bookmark < table_->rows ? std::ptrdiff_t(bookmark) : -1;
+    const auto found = std::find(view_.begin(), view_.end(), bookmark);
+    return found == view_.end() ? -1 : found - view_.begin();
+}
+
+std::optional<std::span<const std::uint32_t>> Recordset::shownRows() const {
+    if (allRows_) return std::nullopt;
+    return view_;
+}
+
+std::vector<vb::Variant> Recordset::distinctValues(int field) const {
+    return table_->columns[checkedField(field)]->distinctValues(shownRows());
+}
+
+std::vector<vb::Variant> Recordset::extremeValues(int field) const {
+    return table_->columns[checkedField(field)]->extremeValues(shownRows());
+}
+
 void Recordset::setFilter(const QString& criteria) {
     if (criteria.trimmed().isEmpty()) {
         filter_.clear();

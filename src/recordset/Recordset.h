@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -86,6 +87,20 @@ public:
     vb::Variant valueAt(std::size_t row, int field) const;
     bool isNullAt(std::size_t row, int field) const;
 
+    // A row's identity, which sorts and filters leave alone: a view that re-sorts finds its row
+    // again by it. Raises 3021 for a row outside the recordset.
+    using Bookmark = std::uint32_t;
+    Bookmark bookmarkAt(std::size_t row) const;
+    // The row (0-based, in the current order and filter) of a bookmark; -1 when the filter hides
+    // it or no row has it.
+    std::ptrdiff_t rowOfBookmark(Bookmark bookmark) const;
+
+    // What a column holds among the rows the filter lets through, Null left out, in no set order
+    // (3265 for an unknown field): each distinct value once; and for numbers and dates only the
+    // least, the greatest, the negative and the positive nearest zero and zero, where they occur.
+    std::vector<vb::Variant> distinctValues(int field) const;
+    std::vector<vb::Variant> extremeValues(int field) const;
+
     // ADO criteria: "Field op value" clauses joined by AND and OR (equal precedence, left to
     // right; an OR group may not be joined with AND), grouped by parentheses. Moves to the first
     // match. The empty text removes the filter. A bad text raises 3001 and changes nothing.
@@ -114,6 +129,7 @@ private:
     }
     std::uint32_t currentRow() const;
     std::size_t checkedField(int field) const;
+    std::optional<std::span<const std::uint32_t>> shownRows() const;
     std::uint32_t checkedRow(std::size_t row) const;
     void showRows(const std::vector<std::uint8_t>* mask);
 

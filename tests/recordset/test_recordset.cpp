@@ -2,6 +2,7 @@
 
 #include <array>
 
+using namespace Qt::Literals::StringLiterals;
 using rs::AdoType;
 using rstest::ids;
 using rstest::idsByCursor;
@@ -239,4 +240,79 @@ TEST(RecordsetHasRecords, FollowsTheCursorFlags) {
     EXPECT_TRUE(rs::fncHasRecords(records)); // EOF but not BOF
     records->setFilter("Id > 5");
     EXPECT_FALSE(rs::fncHasRecords(records));
+}
+
+namespace {
+
+// Every value of a field among the rows shown, read row by row, as the answers must be.
+std::vector<vb::Variant> shownValues(const rs::Recordset& records, int field) {
+    std::vector<vb::Variant> out;
+    for (std::size_t row = 0; row < records.recordCount(); ++row)
+        if (!records.isNullAt(row, field)) out.push_back(records.valueAt(row, field));
+    return out;
+}
+
+QStringList sortedTexts(const std::vector<vb::Variant>& values) {
+    QStringList out;
+    for (const vb::Variant& v : values)
+        out.append(vb::cstr(v));
+    out.sort();
+    return out;
+}
+
+std::shared_ptr<rs::Recordset> mixedSigns() {
+    return rstest::makeRecordset(
+        {{"Id", AdoType::Integer}, {"Amount", AdoType::Double}, {"Clerk", AdoType::VarWChar, 9}},
+        {{lng(1), vb::Variant(-40.5), "Ann"},
+         {lng(2), vb::Variant(0.25), "ann"},
+         {lng(3), null(), null()},
+         {lng(4), vb::Variant(-0.5), "Bob"},
+         {lng(5), vb::Variant(0.0), "Ann"},
+         {lng(6), vb::Variant(1200.0), "Cy"},
+         {lng(7), vb::Variant(0.25), "Bob"}});
+}
+
+} // namespace
+
+class RecordsetIdentity : public testsupport::EnUsTest {};
+
+TEST_F(RecordsetIdentity, ABookmarkFindsItsRowThroughSortsAndFilters) {
+    const auto records = mixedSigns();
+    const rs::Recordset::Bookmark fourth = records->bookmarkAt(3);
+    records->setSort(u"[Amount] DESC"_s);
+    ASSERT_GE(records->rowOfBookmark(fourth), 0);
+    EXPECT_EQ(records->valueAt(std::size_t(records->rowOfBookmark(fourth)), 0).longValue(), 4);
+    records->setFilter(u"Amount < 0"_s);
+    EXPECT_EQ(records->valueAt(std::size_t(records->rowOfBookmark(fourth)), 0).longValue(), 4);
+    EXPECT_EQ(records->rowOfBookmark(records->clone()->bookmarkAt(5)), -1); // filtered away
+    // Every shown row's bookmark leads back to it.
+    for (std::size_t row = 0; row < records->recordCount(); ++row)
+        EXPECT_EQ(records->rowOfBookmark(records->bookmarkAt(row)), std::ptrdiff_t(row));
+    EXPECT_EQ(records->rowOfBookmark(99), -1);
+    EXPECT_EQ(errorOf([&] { records->bookmarkAt(records->recordCount()); }), 3021);
+}
+
+TEST_F(RecordsetIdentity, DistinctValuesAreThoseOfTheRowsShownOnceEach) {
+    const auto records = mixedSigns();
+    for (const QString& filter : {QString(), u"Id > 3"_s, u"Clerk = 'Bob'"_s}) {
+        records->setFilter(filter);
+        records->setSort(u"[Clerk] DESC"_s);
+        for (int field : {1, 2}) {
+            QStringList expected = sortedTexts(shownValues(*records, field));
+            expected.removeDuplicates();
+            EXPECT_EQ(sortedTexts(records->distinctValues(field)), expected)
+                << filter.toStdString() << " field " << field;
+        }
+    }
+    EXPECT_EQ(errorOf([&] { records->distinctValues(7); }), 3265);
+}
+
+TEST_F(RecordsetIdentity, ExtremesAreTheEndsAndTheValuesNearestZero) {
+    const auto records = mixedSigns();
+    EXPECT_EQ(sortedTexts(records->extremeValues(1)),
+              (QStringList{u"-0.5"_s, u"-40.5"_s, u"0"_s, u"0.25"_s, u"1200"_s}));
+    records->setFilter(u"Id <= 2"_s);
+    EXPECT_EQ(sortedTexts(records->extremeValues(1)), (QStringList{u"-40.5"_s, u"0.25"_s}));
+    // A text column has no extremes but its distinct texts.
+    EXPECT_EQ(sortedTexts(records->extremeValues(2)), (QStringList{u"Ann"_s, u"ann"_s}));
 }

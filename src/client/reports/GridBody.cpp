@@ -10,9 +10,6 @@
 
 namespace {
 
-// Fitting a column reads this many rows spread over the whole set, besides those in sight.
-constexpr int kSampleLines = 2000;
-
 QColor gridLineColor(const QWidget* widget) {
     QStyleOptionViewItem option;
     option.initFrom(widget);
@@ -315,17 +312,33 @@ void GridBody::currentChanged(const QModelIndex& current, const QModelIndex& pre
 
 int GridBody::sizeHintForColumn(int column) const {
     if (!model() || column < 0 || column >= header_->count()) return -1;
-    int width = header_->sectionSizeHint(column);
-    const int count = lineCount();
+    const int caption = header_->sectionSizeHint(column);
+    const QModelIndex cell = firstDataRow().siblingAtColumn(column);
+    if (!cell.isValid()) return caption;
+    // Every cell of a column has the same padding and indent around its text.
+    const int padding = cellWidth(cell) - fontMetrics().horizontalAdvance(cell.data().toString());
+    const int text = textFit_ ? textFit_(column) : widestTextInView(column);
+    return std::max(caption, text + padding);
+}
+
+QModelIndex GridBody::firstDataRow() const {
+    for (int line = 0; line < lineCount(); ++line) {
+        const QModelIndex index = layout_.indexAt(line);
+        if (!isGroup(index)) return index;
+    }
+    return {};
+}
+
+int GridBody::widestTextInView(int column) const {
+    int widest = 0;
     const int first = firstVisibleLine();
-    for (int line = first; line < std::min(count, first + visibleLineCount()); ++line)
-        width = std::max(width, cellWidth(layout_.indexAt(line).siblingAtColumn(column)));
-    // Every row of a million would take seconds: a sample spread evenly over the whole set
-    // stands for the rest. A rarer, wider cell shows cut short, as in any narrower column.
-    const int step = std::max(1, count / kSampleLines);
-    for (int line = 0; line < count; line += step)
-        width = std::max(width, cellWidth(layout_.indexAt(line).siblingAtColumn(column)));
-    return width;
+    for (int line = first; line < std::min(lineCount(), first + visibleLineCount()); ++line) {
+        const QModelIndex index = layout_.indexAt(line);
+        if (!isGroup(index))
+            widest = std::max(widest, fontMetrics().horizontalAdvance(
+                                          index.siblingAtColumn(column).data().toString()));
+    }
+    return widest;
 }
 
 int GridBody::cellWidth(const QModelIndex& cell) const {
@@ -428,10 +441,7 @@ bool GridBody::toggleExpanderAt(QMouseEvent* event, const QPoint& pos) {
 void GridBody::mousePressEvent(QMouseEvent* event) {
     const QPoint pos = event->position().toPoint();
     pressedExpander_ = false;
-    pressedGroup_ = QPersistentModelIndex();
     if (toggleExpanderAt(event, pos)) return;
-    const QModelIndex index = indexAt(pos);
-    if (isGroup(index)) pressedGroup_ = index;
     QAbstractItemView::mousePressEvent(event);
 }
 
@@ -441,21 +451,13 @@ void GridBody::mouseReleaseEvent(QMouseEvent* event) {
         event->accept();
         return;
     }
-    // The release that ends a double-click is no second click.
-    const bool click = !afterDoubleClick_ && event->button() == Qt::LeftButton;
-    afterDoubleClick_ = false;
-    const QModelIndex index = indexAt(event->position().toPoint());
-    const QPersistentModelIndex pressed = pressedGroup_;
-    pressedGroup_ = QPersistentModelIndex();
     QAbstractItemView::mouseReleaseEvent(event);
-    if (click && pressed.isValid() && index == pressed) emit groupLineClicked(index);
 }
 
 void GridBody::mouseDoubleClickEvent(QMouseEvent* event) {
     const QPoint pos = event->position().toPoint();
-    afterDoubleClick_ = true;
     if (toggleExpanderAt(event, pos)) return;
-    // A group line's double-click is its first click again; only rows have a double-click.
+    // Only rows have a double-click (it searches the row's video); a group line's is two clicks.
     if (isGroup(indexAt(pos))) {
         event->accept();
         return;

@@ -11,6 +11,7 @@
 #include <QAbstractItemView>
 #include <QSet>
 #include <QString>
+#include <functional>
 
 class GridHeader;
 
@@ -36,7 +37,11 @@ public:
     // rebuilt (a re-sort), found again by its place in the groups and its caption.
     void setExpanded(const QModelIndex& group, bool expanded);
 
-    // Fits a column to a bounded sample of its cells (see the definition).
+    // The width of the widest text a column's cells show, from whoever knows the data behind the
+    // model; without it a column fits the lines in view.
+    using TextFit = std::function<int(int column)>;
+    void setTextFit(TextFit fit) { textFit_ = std::move(fit); }
+    // The caption, or the widest text with a cell's padding and its indent under the groups.
     int sizeHintForColumn(int column) const override;
 
     QRect visualRect(const QModelIndex& index) const override;
@@ -46,10 +51,6 @@ public:
     void keyboardSearch(const QString&) override {}
     void reset() override;
     void doItemsLayout() override;
-
-signals:
-    // A single click on a group line, away from its expander.
-    void groupLineClicked(const QModelIndex& group);
 
 protected:
     QModelIndex moveCursor(CursorAction cursorAction, Qt::KeyboardModifiers modifiers) override;
@@ -83,6 +84,8 @@ private:
     int indentOf(const QModelIndex& index) const;
     int columnsIn(const QModelIndex& parent) const;
     int cellWidth(const QModelIndex& cell) const;
+    QModelIndex firstDataRow() const;
+    int widestTextInView(int column) const;
     void paintGroupLine(QPainter& painter, const QModelIndex& group, int line) const;
     void paintDataLine(QPainter& painter, const QModelIndex& row, int line) const;
     void paintFocus(QPainter& painter, int line) const;
@@ -92,8 +95,7 @@ private:
     int lineHeight_ = 20;
     int indentation_ = 18;
     QSet<QString> collapsed_; // keys of the groups the user collapsed
-    QPersistentModelIndex pressedGroup_;
+    TextFit textFit_;
     bool pressedExpander_ = false;
-    bool afterDoubleClick_ = false;
     bool inGeometries_ = false;
 };

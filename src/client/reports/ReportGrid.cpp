@@ -1,5 +1,6 @@
 #include "reports/ReportGrid.h"
 
+#include "output/ColumnFit.h"
 #include "output/GroupingModel.h"
 #include "output/RecordsetModel.h"
 #include "reports/GridBody.h"
@@ -7,6 +8,7 @@
 #include "reports/GroupBand.h"
 #include "vb/VbError.h"
 
+#include <QFontMetrics>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <vector>
@@ -26,9 +28,7 @@ ReportGrid::ReportGrid(QWidget* parent)
 
     connect(band_, &GroupBand::columnDropped, this, &ReportGrid::dropColumn);
     connect(band_, &GroupBand::chipClicked, this, &ReportGrid::groupHeadClicked);
-    connect(body_, &GridBody::groupLineClicked, this, [this](const QModelIndex& group) {
-        emit groupHeadClicked(grouping_->groupColumnOf(group));
-    });
+    body_->setTextFit([this](int column) { return widestText(column); });
     connect(body_, &QAbstractItemView::doubleClicked, this, &ReportGrid::onDoubleClicked);
 }
 
@@ -97,6 +97,14 @@ int ReportGrid::contentWidth(int column) const {
     return body_->sizeHintForColumn(column);
 }
 
+int ReportGrid::widestText(int column) const {
+    if (!recordset()) return 0;
+    const QFontMetrics metrics = body_->fontMetrics();
+    const auto width = [metrics](const QString& text) { return metrics.horizontalAdvance(text); };
+    return output::widestShownWidth(*recordset(), column, columnFormat(column),
+                                    {width, metrics.maxWidth()});
+}
+
 QString ReportGrid::cellText(int sourceRow, int column) const {
     return records_->cellText(sourceRow, column);
 }
@@ -105,7 +113,9 @@ void ReportGrid::addGroupColumn(int column, int position) {
     checkColumn(column);
     QList<int> columns = grouping_->groupColumns();
     columns.insert(std::clamp(position, 0, static_cast<int>(columns.size())), column);
+    const auto current = currentBookmark();
     grouping_->setGroupColumns(columns);
+    restoreCurrent(current);
     refreshBand();
 }
 
@@ -120,10 +130,26 @@ void ReportGrid::sortRecordset(const QString& sortText) {
     std::vector<int> widths;
     for (int column = 0; column < columnCount(); ++column)
         widths.push_back(columnWidth(column));
+    const auto current = currentBookmark();
     recordset()->setSort(sortText);
     records_->reorder();
     for (int column = 0; column < columnCount(); ++column)
         body_->header()->resizeSection(column, widths[std::size_t(column)]);
+    restoreCurrent(current);
+}
+
+// Regrouping and re-sorting rebuild every line; the record the user was on is found again by
+// its bookmark, so what acts on the current row (a video search) still acts on it.
+std::optional<rs::Recordset::Bookmark> ReportGrid::currentBookmark() const {
+    const int row = currentRow();
+    if (row < 0) return std::nullopt;
+    return recordset()->bookmarkAt(std::size_t(row));
+}
+
+void ReportGrid::restoreCurrent(std::optional<rs::Recordset::Bookmark> bookmark) {
+    if (!bookmark || !recordset()) return;
+    const std::ptrdiff_t row = recordset()->rowOfBookmark(*bookmark);
+    if (row >= 0) setCurrentRow(int(row));
 }
 
 int ReportGrid::currentRow() const {
@@ -132,7 +158,8 @@ int ReportGrid::currentRow() const {
 
 void ReportGrid::setCurrentRow(int sourceRow) {
     const QModelIndex index = grouping_->indexOfSourceRow(sourceRow);
-    body_->setCurrentIndex(index);
+    body_->selectionModel()->setCurrentIndex(index, QItemSelectionModel::ClearAndSelect |
+                                                        QItemSelectionModel::Rows);
     if (index.isValid()) body_->scrollTo(index);
 }
 

@@ -14,6 +14,7 @@
 #include <QStringList>
 #include <QWidget>
 #include <memory>
+#include <optional>
 
 class GridBody;
 class GroupBand;
@@ -40,17 +41,20 @@ public:
     QString columnTag(int column) const;
     void setColumnWidth(int column, int width);
     int columnWidth(int column) const;
-    // The width that shows the column's caption and cells (a sample of them on a large set).
+    // The width that shows the column's caption and every cell the Recordset's filter lets
+    // through, however many.
     int contentWidth(int column) const;
     // The text a data cell shows.
     QString cellText(int sourceRow, int column) const;
 
-    // Grouping, outermost first. Adding a column the grid does not have raises 9.
+    // Grouping, outermost first, keeping the current record. Adding a column the grid does not
+    // have raises 9.
     void addGroupColumn(int column, int position);
     QList<int> groupColumns() const;
 
     // Sorts the Recordset (raising what its sort raises) and shows the new order, keeping the
-    // column widths, formats, tags and grouping. Without a Recordset there is nothing to sort.
+    // column widths, formats, tags, grouping and current record. Without a Recordset there is
+    // nothing to sort.
     void sortRecordset(const QString& sortText);
 
     // The Recordset row (in its current order) of the grid's current row; -1 when no data row
@@ -68,13 +72,17 @@ public:
 signals:
     // A column was dragged into the group band and is now grouped.
     void groupColumnDropped(int column);
-    // A group header (a band chip or a group line) was clicked.
+    // A group header (a chip in the band) was clicked. A group line in the rows is not one: a
+    // click selects it and its arrow folds it.
     void groupHeadClicked(int column);
     // A data row was double-clicked.
     void rowDoubleClicked(int sourceRow);
 
 private:
     void checkColumn(int column) const;
+    int widestText(int column) const;
+    std::optional<rs::Recordset::Bookmark> currentBookmark() const;
+    void restoreCurrent(std::optional<rs::Recordset::Bookmark> bookmark);
     void refreshBand();
     void onDoubleClicked(const QModelIndex& index);
 

@@ -132,6 +132,8 @@ void frmReportOutput::formLoad() {
     if (mrsRecordset) subShowRecordCount();
     cmdChart_->setEnabled(fncIsChartable(mrsRecordset));
     subApplyGroupFirstN();
+    // Opens fitted, as Autosize's first click would leave it; the toggle stays for that click.
+    modQueries::subAutoSizeColumns(*grid_, false);
 
     mblnDVRCapable = rs::fncHasRecords(mrsRecordset) && mrsRecordset->fieldCount() >= 2 &&
                      mrsRecordset->field(0).name() == u"Date" &&
