@@ -1,9 +1,10 @@
 #pragma once
 
 // The report grid's tree: the rows of a RecordsetModel in nested groups, one level per group
-// column, for a QTreeView under the group band. It follows the source: a reset or a re-sort of
-// the source rebuilds the groups, and the groups appear in the order of their first row in the
-// source's current order. Equal values form one group even when their rows are apart.
+// column, for the grid under the group band (and for the page and file writers). It follows the
+// source: a reset or a re-sort of the source rebuilds the groups, and the groups appear in the
+// order of their first row in the source's current order. Equal values form one group even when
+// their rows are apart.
 
 #include "output/GroupTree.h"
 #include "output/RecordsetModel.h"
