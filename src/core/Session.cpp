@@ -103,8 +103,14 @@ std::pair<QString, QString> Session::fncTransactionDates() {
 }
 
 void Session::subLoadLookups() {
-    for (const Lookup& lookup : kLookups)
-        this->*lookup.set = link_->OpenRecordset(lookup.query, lookup.caption);
+    // A lookup the site refuses ends the loading; those loaded before it stay, and the one
+    // refused keeps its previous set, as no set came to replace it.
+    for (const Lookup& lookup : kLookups) {
+        auto records = link_->OpenRecordset(lookup.query, lookup.caption);
+        if (!records) stopIfCanceled();
+        required(records);
+        this->*lookup.set = std::move(records);
+    }
 }
 
 void Session::subLoadFixedReports() {

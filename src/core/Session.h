@@ -40,7 +40,8 @@ public:
     QString fncTransactionCount();
     std::pair<QString, QString> fncTransactionDates();
 
-    // Reads the four lookups anew; one the site does not answer is left without a set.
+    // Reads the four lookups anew, in order. One the site does not answer raises (the user's
+    // cancel as itself, else 91); the lookups read before it keep their new sets.
     void subLoadLookups();
     std::shared_ptr<rs::Recordset> grsProducts;
     std::shared_ptr<rs::Recordset> grsActionCodes;

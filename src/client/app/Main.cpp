@@ -5,6 +5,7 @@
 #include "shared/modShared.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QWidget>
@@ -32,8 +33,18 @@ void bringToFront(const QString& title) {
 
 } // namespace
 
-QString instanceServerName() {
-    return u"tillsight-client-%1"_s.arg(getuid());
+QString fncDisplayName() {
+    const bool wayland = QGuiApplication::platformName().startsWith(u"wayland"_s);
+    return qEnvironmentVariable(wayland ? "WAYLAND_DISPLAY" : "DISPLAY");
+}
+
+QString instanceServerName(const QString& display) {
+    // The name becomes a file name: a display such as "localhost:10.0" or a socket path must not
+    // reach into another folder.
+    QString place = display;
+    for (QChar& c : place)
+        if (!c.isLetterOrNumber() && c != u'.') c = u'_';
+    return u"tillsight-client-%1-%2"_s.arg(getuid()).arg(place);
 }
 
 void subActivatePrevInstance(const QString& title, const QString& serverName) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// Start-up: one running instance per user. A second start hands over to the first (which comes
-// to the front) and ends without showing anything.
+// Start-up: one running instance per user and display. A second start hands over to the first
+// (which comes to the front) and ends without showing anything.
 
 #include <QString>
 
@@ -10,8 +10,11 @@ class QObject;
 
 namespace app {
 
-// The rendezvous name of this user's running instance.
-QString instanceServerName();
+// The display this program draws on, as the window system names it ("" for none).
+QString fncDisplayName();
+// The rendezvous name of this user's running instance on `display`: a start on another display
+// must not hand over to a window nobody there can see.
+QString instanceServerName(const QString& display = fncDisplayName());
 
 // True when another instance answers at `serverName`: this instance then renames its own title
 // ("Doomed " + title), asks the other to come to the front, and should end.

@@ -11,16 +11,21 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+constexpr QSize kDesignedSize(360, 220);
+
+} // namespace
+
 frmAbout::frmAbout(core::Session* session, QWidget* parent)
     : QDialog(parent), session_(session), txtAbout_(new QPlainTextEdit(this)) {
     setObjectName(u"frmAbout"_s);
     txtAbout_->setObjectName(u"txtAbout"_s);
     txtAbout_->setReadOnly(true);
     cmdOK_ = modShared::layOutWithOkButton(this, txtAbout_);
-    resize(360, 220);
-
     modShared::subFormOnTop(this);
     fillText();
+    resize(modShared::fncFittedSize(this, kDesignedSize));
 }
 
 QString frmAbout::aboutText() const {

@@ -22,15 +22,19 @@
 #include <QCloseEvent>
 #include <QDockWidget>
 #include <QLabel>
+#include <QLayout>
 #include <QMdiArea>
 #include <QMdiSubWindow>
 #include <QMenuBar>
 #include <QProgressBar>
+#include <QScreen>
 #include <QStatusBar>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+constexpr QSize kDesignedSize(800, 600);
 
 const QStringList kPanelKeys = {u"Status"_s, u"Transactions"_s, u"Dates"_s, u"QueryTime"_s,
                                 u"Link"_s};
@@ -53,12 +57,28 @@ frmMain::frmMain()
     gEnablePreview =
         settings::fncGetIniInt(u"Printing"_s, u"enablePreview"_s, 0, settings::fncIniFile()) != 0;
     setWindowTitle(core::applicationTitle());
-    resize(800, 600);
     subSetStatusPanel(u"Status"_s, u"Not connected"_s);
     settings::subLoadSites();
     buildDock();
     powerSearch();
+    resize(fncOpeningSize());
     menuItem(u"mnuViewRemoteLog"_s)->setEnabled(false);
+}
+
+QSize frmMain::fncOpeningSize() {
+    // The child windows need their room inside the MDI area, which alone asks for none: the
+    // window is measured as if the area asked for room for each of them at its place.
+    QSize children;
+    for (const QMdiSubWindow* w : mdi_->subWindowList())
+        children = children.expandedTo(
+            QSize(w->x() + w->sizeHint().width(), w->y() + w->sizeHint().height()));
+    const QSize areaMinimum = mdi_->minimumSize();
+    mdi_->setMinimumSize(children.expandedTo(areaMinimum));
+    layout()->invalidate();
+    const QSize needed = minimumSizeHint();
+    mdi_->setMinimumSize(areaMinimum);
+    layout()->invalidate();
+    return kDesignedSize.expandedTo(needed);
 }
 
 frmMain::~frmMain() {
@@ -113,11 +133,11 @@ void frmMain::buildMenus() {
     QMenu* window = menuBar()->addMenu(u"Window"_s);
     window->setObjectName(u"mnuWindow"_s);
     connect(addItem(window, u"mnuTileH"_s, u"Tile Horizontally"_s), &QAction::triggered, this,
-            [this] { tileChildren(Qt::Horizontal); });
+            [this] { keepFixedSizes([this] { tileChildren(Qt::Horizontal); }); });
     connect(addItem(window, u"mnuTileV"_s, u"Tile Vertically"_s), &QAction::triggered, this,
-            [this] { tileChildren(Qt::Vertical); });
-    connect(addItem(window, u"mnuCascade"_s, u"Cascade"_s), &QAction::triggered, mdi_,
-            &QMdiArea::cascadeSubWindows);
+            [this] { keepFixedSizes([this] { tileChildren(Qt::Vertical); }); });
+    connect(addItem(window, u"mnuCascade"_s, u"Cascade"_s), &QAction::triggered, this,
+            [this] { keepFixedSizes([this] { mdi_->cascadeSubWindows(); }); });
     connect(addItem(window, u"mnuArrangeIcons"_s, u"Arrange Icons"_s), &QAction::triggered, this,
             &frmMain::arrangeIcons);
     connect(addItem(window, u"mnuCloseAll"_s, u"Close All"_s), &QAction::triggered, this,
@@ -164,13 +184,17 @@ void frmMain::buildDock() {
     dockFrame_->setWidget(toolbar_);
     addDockWidget(Qt::TopDockWidgetArea, dockFrame_);
     TillsightLink().setInputGuard(toolbar_->cancelGuard());
-    QAction* item = menuItem(u"mnuViewConnectionToolbar"_s);
-    connect(item, &QAction::triggered, dockFrame_, &QWidget::setVisible);
-    // The pane's own close box clears the check mark; hiding the whole window does not.
-    connect(dockFrame_, &QDockWidget::visibilityChanged, this, [this, item](bool visible) {
-        if (!visible && !isMinimized() && isVisible() && dockFrame_->isHidden())
-            item->setChecked(false);
-    });
+    connect(menuItem(u"mnuViewConnectionToolbar"_s), &QAction::triggered, dockFrame_,
+            &QWidget::setVisible);
+    // The pane's own close box clears the check mark. Only a close says so: hiding the whole
+    // window hides the pane too, and floating or docking it hides it for a moment.
+    dockFrame_->installEventFilter(this);
+}
+
+bool frmMain::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == dockFrame_ && event->type() == QEvent::Close)
+        menuItem(u"mnuViewConnectionToolbar"_s)->setChecked(false);
+    return QMainWindow::eventFilter(watched, event);
 }
 
 QLabel* frmMain::statusPanel(const QString& key) const {
@@ -189,6 +213,18 @@ void frmMain::subSetStatusPanel(const QString& key, const QString& text) {
     panel->setVisible(true);
     panel->setText(text + u' ');
     panel->setToolTip(text);
+    subFitStatusBar();
+}
+
+void frmMain::subFitStatusBar() {
+    // The panels share one line, and a window too narrow for them cuts their texts. The window
+    // grows to show them whole, as far as its screen has room.
+    QLayout* panels = statusBar()->layout();
+    if (!isVisible() || !panels) return;
+    panels->activate();
+    const int needed = width() - statusBar()->width() + panels->minimumSize().width();
+    const int room = screen()->availableGeometry().width() - (frameGeometry().width() - width());
+    if (width() < needed && width() < room) resize(std::min(needed, room), height());
 }
 
 QAction* frmMain::menuItem(const QString& name) const {
@@ -257,8 +293,23 @@ void frmMain::tileChildren(Qt::Orientation orientation) {
         else
             r = QRect(area.width() * i / n, 0, area.width() / n, area.height());
         open[i]->showNormal();
+        // A tile narrower than a view's buttons would cut them; such a tile overlaps the next.
+        r.setSize(r.size().expandedTo(open[i]->minimumSizeHint()));
         open[i]->setGeometry(r);
     }
+}
+
+void frmMain::keepFixedSizes(const std::function<void()>& arrange) {
+    // A view of fixed size (the Power Search) is placed like the others but keeps its size: a
+    // frame of another size would hide part of it or show nothing around it.
+    QList<std::pair<QMdiSubWindow*, QSize>> fixed;
+    for (QMdiSubWindow* w : mdi_->subWindowList()) {
+        const QWidget* view = w->widget();
+        if (view && view->minimumSize() == view->maximumSize()) fixed.append({w, w->size()});
+    }
+    arrange();
+    for (const auto& [w, size] : fixed)
+        if (!w->isMinimized() && !w->isMaximized()) w->resize(size);
 }
 
 void frmMain::arrangeIcons() {
@@ -296,6 +347,8 @@ void frmMain::closeAllViews() {
     }
     for (QWidget* top : QApplication::topLevelWidgets()) {
         if (top == this || !top->isVisible() || top->objectName() == u"frmToolbar") continue;
+        // A floating pane is a window of its own, and the toolbar lives in it.
+        if (toolbar_ && top->isAncestorOf(toolbar_)) continue;
         top->close();
     }
 }

@@ -11,6 +11,7 @@
 #include <QList>
 #include <QMainWindow>
 #include <QPointer>
+#include <functional>
 
 class QAction;
 class QDockWidget;
@@ -61,6 +62,7 @@ public:
 protected:
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void buildMenus();
@@ -68,7 +70,11 @@ private:
     void buildDock();
     void connectLinkEvents();
     void subShowRemoteLog();
+    // The window's first size: the designed one, or more where the children need it.
+    QSize fncOpeningSize();
+    void subFitStatusBar();
     void tileChildren(Qt::Orientation orientation);
+    void keepFixedSizes(const std::function<void()>& arrange);
     void arrangeIcons();
     void refreshWindowList();
     QAction* addItem(QMenu* menu, const QString& name, const QString& caption);

@@ -8,6 +8,12 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+constexpr int kDesignedWidth = 300;
+
+} // namespace
+
 frmProgressBar::frmProgressBar(QWidget* parent) : QDialog(parent), bar_(new QProgressBar(this)) {
     setObjectName(u"frmProgressBar"_s);
     setWindowTitle(core::applicationTitle());
@@ -18,7 +24,7 @@ frmProgressBar::frmProgressBar(QWidget* parent) : QDialog(parent), bar_(new QPro
     bar_->setTextVisible(true);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(bar_);
-    setMinimumWidth(300);
+    resize(modShared::fncFittedSize(this, {kDesignedWidth, sizeHint().height()}));
     modShared::subFormOnTop(this);
 }
 

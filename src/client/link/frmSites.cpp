@@ -12,6 +12,7 @@
 #include <QFormLayout>
 #include <QGroupBox>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -70,13 +71,14 @@ void frmSites::buildEntryPanel() {
     elaAddEntry_->setObjectName(u"elaAddEntry"_s);
     // The panel lies over the list, which must not show through it.
     elaAddEntry_->setAutoFillBackground(true);
+    // Captioned from the start, so that the list, sized to the panel, makes room for the caption.
+    elaAddEntry_->setTitle(u"Edit Site"_s);
     elaAddEntry_->hide();
     txtName_ = addTextBox(u"txtName"_s);
     txtAddress_ = addTextBox(u"txtAddress"_s);
     txtPort_ = addTextBox(u"txtPort"_s);
     txtPassword_ = addTextBox(u"txtPassword"_s);
-    txtPassword_->setEchoMode(QLineEdit::Password);
-    txtPassword_->setStyleSheet(u"lineedit-password-character: 42"_s); // "*"
+    modShared::subMaskAsPassword(txtPassword_);
     chkDUN_ = new QCheckBox(u"Dialup Networking Connection"_s, elaAddEntry_);
     chkDUN_->setObjectName(u"chkDUN"_s);
     cmdOK_ = addButton(elaAddEntry_, u"cmdOK"_s, u"OK"_s);
@@ -116,7 +118,7 @@ void frmSites::buildList() {
     auto* layout = new QHBoxLayout(this);
     layout->addWidget(List_, 1);
     layout->addLayout(buttons);
-    resize(560, minimumSizeHint().height());
+    resize(modShared::fncFittedSize(this, {560, minimumSizeHint().height()}));
 }
 
 void frmSites::connectBehaviours() {
@@ -153,6 +155,16 @@ bool frmSites::eventFilter(QObject* watched, QEvent* event) {
         elaAddEntry_->isVisible())
         placeEntryPanel();
     return QDialog::eventFilter(watched, event);
+}
+
+void frmSites::keyPressEvent(QKeyEvent* event) {
+    if (event->key() == Qt::Key_Escape && event->modifiers() == Qt::NoModifier &&
+        elaAddEntry_->isVisible()) {
+        cmdCancel_Click();
+        List_->setFocus();
+        return;
+    }
+    QDialog::keyPressEvent(event);
 }
 
 void frmSites::placeEntryPanel() {

@@ -30,6 +30,8 @@ public:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    // Escape over the open entry panel cancels the entry only; the list stays open.
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void buildList();

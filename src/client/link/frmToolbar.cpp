@@ -83,7 +83,7 @@ void frmToolbar::buildFields() {
     txtAddress_ = addTextBox(u"txtAddress"_s, u"URL/IP"_s);
     txtPort_ = addTextBox(u"txtPort"_s, u"Port"_s);
     txtPassword_ = addTextBox(u"txtPassword"_s, u"Password"_s);
-    txtPassword_->setEchoMode(QLineEdit::Password);
+    modShared::subMaskAsPassword(txtPassword_);
     chkDUN_ = new QCheckBox(this);
     chkDUN_->setObjectName(u"chkDUN"_s);
     chkDUN_->installEventFilter(this);

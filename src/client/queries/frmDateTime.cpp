@@ -1,11 +1,13 @@
 #include "queries/frmDateTime.h"
 
+#include "shared/modShared.h"
 #include "vb/DateTime.h"
 
 #include <QCalendarWidget>
 #include <QPointer>
 #include <QPushButton>
 #include <QTimeEdit>
+#include <algorithm>
 #include <utility>
 
 using namespace Qt::Literals::StringLiterals;
@@ -66,19 +68,24 @@ frmDateTime::frmDateTime(QWidget* parent)
 
 void frmDateTime::subArrange(bool withClock) {
     const QSize calendar = calCalendar->sizeHint();
-    calCalendar->setGeometry(kMargin, kMargin, calendar.width(), calendar.height());
+    // A caption longer than the calendar widens the dialog; the controls stay together in the
+    // middle.
+    const int width =
+        std::max(kMargin + calendar.width() + kMargin, modShared::fncTitleBarWidth(windowTitle()));
+    const int left = (width - calendar.width()) / 2;
+    calCalendar->setGeometry(left, kMargin, calendar.width(), calendar.height());
     const int pickerTop = kMargin + calendar.height() + kMargin;
     const int pickerHeight = DTPicker->sizeHint().height();
-    DTPicker->setGeometry(kMargin, pickerTop, calendar.width() / 2, pickerHeight);
+    DTPicker->setGeometry(left, pickerTop, calendar.width() / 2, pickerHeight);
     // Without the clock everything below it moves up by its height.
     const int shift = withClock ? 0 : pickerHeight;
     const QSize button = cmdOK->sizeHint().expandedTo(cmdCancel->sizeHint());
     const int buttonTop = pickerTop + pickerHeight + kMargin - shift;
-    const int right = kMargin + calendar.width();
+    const int right = left + calendar.width();
     cmdCancel->setGeometry(right - button.width(), buttonTop, button.width(), button.height());
     cmdOK->setGeometry(right - 2 * button.width() - kMargin, buttonTop, button.width(),
                        button.height());
-    setFixedSize(right + kMargin, buttonTop + button.height() + kMargin);
+    setFixedSize(width, buttonTop + button.height() + kMargin);
 }
 
 void frmDateTime::Form_Load() {

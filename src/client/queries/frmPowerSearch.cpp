@@ -143,7 +143,8 @@ frmPowerSearch::frmPowerSearch(client::ViewHost& host, QWidget* parent)
     subConnectBehaviours();
 
     optDateTimeRange_Click(1);
-    setFixedSize(kViewSize);
+    viewSize_ = fncFittedViewSize();
+    setFixedSize(viewSize_);
     modShared::subEnableControls(this, false);
 }
 
@@ -411,6 +412,22 @@ void frmPowerSearch::cboReportTitle_Click(int index) {
     mblnRestoring = false;
 }
 
+QSize frmPowerSearch::fncFittedViewSize() {
+    // The designed size is the least; a larger system font gets the room its controls need, on
+    // each tab with the date controls and the run button it shares.
+    QSize needed = kViewSize;
+    const int shown = tabReports->currentIndex();
+    for (int tab = 0; tab < tabReports->count(); ++tab) {
+        tabReports->setCurrentIndex(tab);
+        // Nothing is laid out before the view is shown; the measure must not read stale sizes.
+        elaTab[tab]->layout()->activate();
+        tabReports->updateGeometry();
+        needed = needed.expandedTo(modShared::fncFittedSize(this, kViewSize));
+    }
+    tabReports->setCurrentIndex(shown);
+    return needed;
+}
+
 void frmPowerSearch::tabReports_Click(int index) {
     // Fixed Reports and Power Search share one set of date controls.
     if (index == 0 || index == 1) {
@@ -488,5 +505,5 @@ void frmPowerSearch::resizeEvent(QResizeEvent* event) {
     const QWidget* frame = qobject_cast<QMdiSubWindow*>(parentWidget());
     const Qt::WindowStates state = (frame ? frame : this)->windowState();
     if (state & (Qt::WindowMinimized | Qt::WindowMaximized)) return;
-    if (size() != kViewSize) resize(kViewSize);
+    if (size() != viewSize_) resize(viewSize_);
 }

@@ -144,6 +144,8 @@ private:
     void subBuildDailySummaryTab();
     void subBuildInterval();
     void subConnectBehaviours();
+    // The view's fixed size: what its largest tab needs, and never less than designed.
+    QSize fncFittedViewSize();
     QComboBox* fncAddLookup(const QString& name);
     // Binds a lookup to its combo; nullptr leaves the combo without a list.
     void subBindLookup(QComboBox* combo, const std::shared_ptr<rs::Recordset>& records);
@@ -170,6 +172,7 @@ private:
 
     client::ViewHost& host_;
     bool unloading_ = false;
+    QSize viewSize_; // fixed: the designed size, or what the system font needs when more
     // Where the shared date controls and Generate Report sit on each tab.
     std::array<QBoxLayout*, 2> intervalSlot_{};
     std::array<QBoxLayout*, 3> runSlot_{};

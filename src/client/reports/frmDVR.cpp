@@ -26,6 +26,7 @@ frmDVR::frmDVR(QWidget* parent) : QDialog(parent) {
     // A method the dialog does not offer (a hand-edited file) leaves both options clear.
     if (QRadioButton* current = optMethod(gDVRMethod)) current->setChecked(true);
     modShared::subFormOnTop(this);
+    resize(modShared::fncFittedSize(this, sizeHint()));
 }
 
 QRadioButton* frmDVR::optMethod(int index) const {

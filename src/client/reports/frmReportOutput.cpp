@@ -71,6 +71,9 @@ frmReportOutput::frmReportOutput(client::ViewHost* host, QWidget* parent)
             &frmReportOutput::DataList_GroupColumnDropped);
     connect(grid_, &ReportGrid::groupHeadClicked, this, &frmReportOutput::DataList_GroupHeadClick);
     connect(grid_, &ReportGrid::rowDoubleClicked, this, [this] { subDVRSearch(); });
+    // However small it is made, the view shows its buttons and status line whole.
+    setMinimumSize(eframe_->minimumSizeHint().width(),
+                   eframe_->sizeHint().height() + statusBar_->sizeHint().height());
     resize(sizeHint());
 }
 

@@ -11,6 +11,12 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+constexpr int kDesignedWidth = 320;
+
+} // namespace
+
 frmKestrelMessage* frmKestrelMessage::instance() {
     static QPointer<frmKestrelMessage> shared;
     if (!shared) shared = new frmKestrelMessage();
@@ -24,7 +30,12 @@ frmKestrelMessage::frmKestrelMessage() : lblMessage_(new QLabel(u"Error"_s, this
     lblMessage_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     cmdOK_ = modShared::layOutWithOkButton(this, lblMessage_);
     setModal(false);
-    setMinimumWidth(320);
+    setMinimumWidth(kDesignedWidth);
+}
+
+void frmKestrelMessage::setOwner(QWidget* owner) {
+    if (owner == this || owner == parentWidget()) return;
+    setParent(owner, windowFlags());
 }
 
 QString frmKestrelMessage::shownMessage() const {
@@ -51,6 +62,7 @@ void frmKestrelMessage::load() {
     modShared::subFormOnTop(this);
     setWindowTitle(banner_.isEmpty() ? core::applicationTitle() : banner_);
     lblMessage_->setText(message_);
+    resize(modShared::fncFittedSize(this, sizeHint()));
 }
 
 void frmKestrelMessage::unload() {

@@ -18,6 +18,10 @@ public:
     void setBanner(const QString& banner) { banner_ = banner; }
     QString Message() const { return message_; }
     void setMessage(const QString& message) { message_ = message; }
+    // The window the view opens over, so that it never hides behind it; it goes with that
+    // window. Takes effect at the next opening.
+    void setOwner(QWidget* owner);
+
     // The text the label shows now (what the user reads).
     QString shownMessage() const;
 

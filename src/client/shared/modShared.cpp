@@ -9,6 +9,8 @@
 #include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QFontMetrics>
+#include <QGridLayout>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -18,6 +20,7 @@
 #include <QUrl>
 #include <QVBoxLayout>
 #include <QWindow>
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -83,8 +86,17 @@ int codeOf(int button) {
     return vbCancel; // closed without a button: only possible where Cancel is offered
 }
 
+// The box sizes itself to its text alone; a short text under a long title would cut the title.
+void makeRoomForTitle(QMessageBox& box) {
+    auto* grid = qobject_cast<QGridLayout*>(box.layout());
+    if (!grid) return;
+    grid->addItem(new QSpacerItem(fncTitleBarWidth(box.windowTitle()), 0), grid->rowCount(), 0, 1,
+                  grid->columnCount());
+}
+
 int showMessageBox(const QString& text, const QString& title, int style) {
-    QMessageBox box(iconOf(style), title, text);
+    QMessageBox box(iconOf(style), title, text, QMessageBox::NoButton, fncOwnerWindow());
+    makeRoomForTitle(box);
     for (core::MsgBoxResult code : core::buttonsOf(style))
         box.addButton(buttonOf(code));
     box.setDefaultButton(buttonOf(core::defaultButtonOf(style)));
@@ -129,6 +141,8 @@ void selectAll(QWidget* control) {
 
 void subShowMessage(const QString& message, const QString& banner) {
     frmKestrelMessage* view = frmKestrelMessage::instance();
+    // Only a closed view moves: an open one stays where the user sees it.
+    if (!view->isVisible()) view->setOwner(fncOwnerWindow());
     view->setBanner(banner);
     view->setMessage(message);
     view->show();
@@ -138,6 +152,34 @@ int fncMessageBox(const QString& text, const QString& title, int style) {
     const QString shownTitle = title.isEmpty() ? core::applicationTitle() : title;
     if (messageBoxHandler()) return messageBoxHandler()(text, shownTitle, style);
     return showMessageBox(text, shownTitle, style);
+}
+
+QWidget* fncOwnerWindow() {
+    if (QWidget* modal = QApplication::activeModalWidget()) return modal;
+    if (QWidget* active = QApplication::activeWindow()) return active;
+    // The program may not have the focus (another program's window was clicked last); its
+    // windows still need their boxes in front of them.
+    for (QWidget* window : QApplication::topLevelWidgets())
+        if (window->isVisible() && !window->windowFlags().testFlag(Qt::ToolTip) &&
+            window->windowType() != Qt::Popup)
+            return window;
+    return nullptr;
+}
+
+int fncTitleBarWidth(const QString& title) {
+    // Window managers draw titles in a font of their own, often bold; the icon and the three
+    // buttons are each about as wide as the bar is high.
+    QFont font = QApplication::font();
+    font.setBold(true);
+    const QFontMetrics metrics(font);
+    const int buttonWidth = metrics.height() + 10;
+    return metrics.horizontalAdvance(title) + 4 * buttonWidth + 16;
+}
+
+QSize fncFittedSize(const QWidget* view, QSize designed) {
+    QSize needed = designed.expandedTo(view->minimumSizeHint());
+    needed.setWidth(std::max(needed.width(), fncTitleBarWidth(view->windowTitle())));
+    return needed;
 }
 
 void subShowRunTimeError(int number, const QString& description) {
@@ -156,6 +198,11 @@ void subEnableControls(QWidget* view, bool enabled) {
     if (!view) return;
     for (QWidget* control : view->findChildren<QWidget*>())
         control->setEnabled(enabled);
+}
+
+void subMaskAsPassword(QLineEdit* box) {
+    box->setEchoMode(QLineEdit::Password);
+    box->setStyleSheet(u"lineedit-password-character: 42"_s); // "*"
 }
 
 void subFormOnTop(QWidget* view) {

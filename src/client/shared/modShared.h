@@ -7,11 +7,13 @@
 #include "recordset/Recordset.h"
 #include "vb/Strings.h"
 
+#include <QSize>
 #include <QString>
 #include <functional>
 #include <memory>
 
 class QDialog;
+class QLineEdit;
 class QPushButton;
 class QWidget;
 
@@ -23,8 +25,21 @@ using namespace core::msgbox;
 // Message first, banner second: the order callers have always used.
 void subShowMessage(const QString& message, const QString& banner);
 
-// An empty title becomes the application title. Returns the button pressed.
+// An empty title becomes the application title. Shown over fncOwnerWindow(), so a window
+// manager keeps it in front of that window (always-on-top ones included). Returns the button
+// pressed.
 int fncMessageBox(const QString& text, const QString& title, int style);
+
+// The window a box or dialog opened now belongs over: the modal dialog in front, else the
+// active window, else the first visible window. None only while no window is shown.
+QWidget* fncOwnerWindow();
+
+// The smallest width that shows `title` whole in a title bar, with room for the icon and the
+// window buttons beside it.
+int fncTitleBarWidth(const QString& title);
+// The size a view or dialog drawn for `designed` needs with this system's font: at least the
+// designed size, what its layout needs and what its title needs.
+QSize fncFittedSize(const QWidget* view, QSize designed);
 
 // The language's run-time error box: "Run-time error 'N':", a blank line and the description,
 // under the application title with the critical icon.
@@ -40,6 +55,9 @@ void subSelectAllText();
 // Opens the mail program on "mailto:" with blanks and line breaks of the subject and body
 // percent-encoded; the address is passed as it is.
 void subSendMailLink(QWidget* owner, const QString& address, QString subject, QString body);
+
+// Makes the box a password box that shows each character as "*", whatever the style's own mark.
+void subMaskAsPassword(QLineEdit* box);
 
 // Enables or disables every control of the view; a control that refuses is skipped.
 void subEnableControls(QWidget* view, bool enabled);

@@ -17,6 +17,7 @@
 #include <QTextEdit>
 #include <QTimer>
 #include <QVBoxLayout>
+#include <QWindow>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -105,6 +106,45 @@ TEST_F(SharedViewTest, MessageBoxStyleChoosesButtonsIconAndDefault) {
                         core::applicationTitle(), QString::number(QMessageBox::Question),
                         QString::number(QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel),
                         QString::number(QMessageBox::No)}));
+}
+
+// An always-on-top window stays above every window that does not belong to it: the box and the
+// message view must belong to the window in front, or they open behind it.
+TEST_F(SharedViewTest, BoxesAndTheMessageViewOpenOverTheWindowInFront) {
+    QWidget window;
+    window.setWindowTitle(u"In front"_s);
+    modShared::subFormOnTop(&window);
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    EXPECT_EQ(modShared::fncOwnerWindow(), &window);
+
+    const auto previous = modShared::setMessageBoxHandler({});
+    QWidget* owner = nullptr;
+    QWindow* transientFor = nullptr;
+    int width = 0;
+    QTimer::singleShot(0, [&] {
+        QWidget* box = QApplication::activeModalWidget();
+        if (!box) return;
+        owner = box->parentWidget();
+        width = box->width();
+        transientFor = box->windowHandle() ? box->windowHandle()->transientParent() : nullptr;
+        QTest::keyClick(box, Qt::Key_Return);
+    });
+    modShared::fncMessageBox(u"No Associated Camera"_s, QString(), modShared::vbOKOnly);
+    modShared::setMessageBoxHandler(previous);
+    EXPECT_EQ(owner, &window);
+    EXPECT_EQ(transientFor, window.windowHandle());
+    // A short text under the application title: the title is not cut.
+    QFont titleFont = QApplication::font();
+    titleFont.setBold(true);
+    EXPECT_GT(width, QFontMetrics(titleFont).horizontalAdvance(core::applicationTitle()));
+
+    frmKestrelMessage* view = frmKestrelMessage::instance();
+    modShared::subShowMessage(u"Error 5: x"_s, u"y"_s);
+    EXPECT_EQ(view->parentWidget(), &window);
+    EXPECT_TRUE(view->isWindow());
+    view->close();
 }
 
 TEST_F(SharedViewTest, MailLinkEncodesBlanksAndLineBreaksOnly) {

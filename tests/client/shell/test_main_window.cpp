@@ -169,6 +169,24 @@ TEST_F(MainWindow, LinkErrorsShowTheMessageViewAndAFailedReadTheConnectMessage) 
     EXPECT_FALSE(main_->menuItem(u"mnuViewRemoteLog"_s)->isEnabled());
 }
 
+// A site that lacks its clerks table: the products and action codes come, the clerks fail, and
+// the sequence ends there with one box.
+TEST_F(MainWindow, ALookupThatFailsEndsTheFullConnectWithOneBoxAndKeepsTheOnesRead) {
+    const QString broken = dir_.filePath(u"noclerks.tsite"_s);
+    site::initSite(broken, false)->execute(u"DROP TABLE tblActors"_s);
+    modMain::subFullConnect(*main_, broken, 0);
+    EXPECT_TRUE(gConnected);
+    ASSERT_EQ(boxes.size(), 1) << boxes.join(u'\n').toStdString();
+    EXPECT_TRUE(boxes[0].endsWith(u"\r\nin TillsightNetworkClient.modMain.subFullConnect|0"_s))
+        << boxes[0].toStdString();
+    const core::Session& session = main_->session();
+    EXPECT_TRUE(session.grsProducts && session.grsActionCodes);
+    EXPECT_FALSE(session.grsClerks);
+    EXPECT_FALSE(session.grsReg2Cam);
+    EXPECT_FALSE(main_->menuItem(u"mnuViewRemoteLog"_s)->isEnabled());
+    EXPECT_EQ(asterisks, 1); // the link's error only; the sequence never said it was ready
+}
+
 TEST_F(MainWindow, OperationTimesShowInSecondsWithTheirTrailingBlank) {
     emit main_->TillsightLink().OperationTimed(1500);
     // The text keeps its own trailing blank, and the panel adds one.
@@ -198,6 +216,17 @@ TEST_F(MainWindow, CloseAllLeavesTheMainWindowAndTheToolbar) {
     EXPECT_TRUE(main_->toolbar()->isVisible());
 }
 
+TEST_F(MainWindow, CloseAllLeavesAFloatingToolbarOpen) {
+    main_->DockFrame()->setFloating(true);
+    main_->DockFrame()->show();
+    ASSERT_TRUE(main_->DockFrame()->isWindow());
+    main_->menuItem(u"mnuCloseAll"_s)->trigger();
+    QApplication::processEvents();
+    EXPECT_TRUE(main_->DockFrame()->isVisible());
+    EXPECT_TRUE(main_->toolbar()->isVisible());
+    EXPECT_TRUE(main_->menuItem(u"mnuViewConnectionToolbar"_s)->isChecked());
+}
+
 TEST_F(MainWindow, TheViewMenuShowsAndHidesThePaneAndTheStatusBar) {
     QAction* pane = main_->menuItem(u"mnuViewConnectionToolbar"_s);
     pane->trigger();
@@ -225,4 +254,17 @@ TEST_F(MainWindow, ASecondStartBringsTheFirstWindowForwardAndEnds) {
 
     EXPECT_FALSE(app::fncAlreadyRunning(title, name + u"-nobody"_s));
     EXPECT_EQ(core::applicationTitle(), title);
+}
+
+// The meeting point is per user and display: a start on another display finds nobody, and one on
+// the same display finds the running instance.
+TEST_F(MainWindow, ASecondStartOnAnotherDisplayDoesNotHandOver) {
+    const QString display = u":%1"_s.arg(QCoreApplication::applicationPid());
+    app::listenForLaterInstances(main_, app::instanceServerName(display));
+    const QString title = core::applicationTitle();
+    EXPECT_FALSE(app::fncAlreadyRunning(title, app::instanceServerName(display + u"1"_s)));
+    EXPECT_FALSE(app::fncAlreadyRunning(title, app::instanceServerName(u"host/"_s + display)));
+    EXPECT_EQ(core::applicationTitle(), title);
+    EXPECT_TRUE(app::fncAlreadyRunning(title, app::instanceServerName(display)));
+    core::setApplicationTitle(title);
 }

@@ -215,6 +215,27 @@ TEST_F(SitesDialog, EditAfterAddStillAddsAndCancelEndsAdding) {
     EXPECT_EQ(gSites[0].Name, u"Shop");
 }
 
+// Escape over the entry panel is the panel's Cancel; a second Escape leaves the dialog.
+TEST_F(SitesDialog, EscapeCancelsTheEntryBeforeTheDialog) {
+    pick(0);
+    click(u"cmdEdit"_s);
+    retype(u"txtPassword"_s, u"xyz"_s);
+    EXPECT_EQ(control<QLineEdit>(u"txtPassword"_s)->displayText(), u"***"_s);
+    QTest::keyClick(control<QLineEdit>(u"txtName"_s), Qt::Key_Escape);
+    EXPECT_TRUE(dialog->isVisible());
+    EXPECT_FALSE(panel()->isVisible());
+    EXPECT_EQ(fields(), QStringList({QString(), QString(), QString(), QString()}));
+    EXPECT_EQ(gSites[0], kStore);
+
+    click(u"cmdAdd"_s); // no longer editing: OK adds
+    fill({u"Van"_s, u"10.1.1.1"_s, u"80"_s});
+    click(u"cmdOK"_s);
+    EXPECT_EQ(settings::gSiteCount, 3);
+
+    QTest::keyClick(control<QListWidget>(u"List"_s), Qt::Key_Escape);
+    EXPECT_FALSE(dialog->isVisible());
+}
+
 TEST_F(SitesDialog, DeleteActsAtOnceAndFailsSilentlyWhenTheFileCannotBeWritten) {
     EXPECT_EQ(lines(), QStringList({u"Store1 - Address: 10.0.0.1  Port: 5111  Password: ***"_s,
                                     kDepotLine}));

@@ -171,6 +171,12 @@ TEST_F(Toolbar, AnEmptySiteListLeavesTheFieldsAsTheyWere) {
     EXPECT_EQ(bar->txtPassword()->text(), u"s3cret"_s);
 }
 
+TEST_F(Toolbar, ThePasswordShowsAsAsterisks) {
+    useSites({demo()});
+    EXPECT_EQ(bar->txtPassword()->displayText(), u"******"_s);
+    EXPECT_EQ(bar->txtPassword()->text(), u"s3cret"_s);
+}
+
 TEST_F(Toolbar, PickingADialupSiteShowsItsStoredAddressDisabled) {
     useSites({demo(), dialup(), demo()});
     pickNextSite();
