@@ -12,6 +12,7 @@ packages=(
   libsqlite3-dev sqlite3 libpq-dev postgresql
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth python3-xlrd poppler-utils
+  desktop-file-utils
 )
 
 missing=()

@@ -128,7 +128,8 @@ rs::Recordset& Session::fixedReports() {
 
 void Session::stopIfCanceled() const {
     if (link_->Canceled())
-        throw vb::VbError(sitelink::kCanceled, QString::fromUtf16(sitelink::kCanceledText));
+        throw vb::VbError(sitelink::kCanceled, QString::fromUtf16(sitelink::kCanceledText),
+                          sitelink::SiteLink::errorSource());
 }
 
 } // namespace core

@@ -63,8 +63,9 @@ void subLogError(core::Session& session, std::int32_t number, const QString& des
 
 void subLogError(core::Session& session, const vb::VbError& error, const QString& module,
                  const QString& routine) {
-    subLogError(session, error.number(), error.description(), kErrorSource.toString(),
-                core::applicationTitle(), module, routine);
+    const QString source = error.source().isEmpty() ? kErrorSource.toString() : error.source();
+    subLogError(session, error.number(), error.description(), source, core::applicationTitle(),
+                module, routine);
 }
 
 void installAsSettingsFailureLog(core::Session& session) {

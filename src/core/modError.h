@@ -16,7 +16,8 @@ class Session;
 
 namespace modError {
 
-// The source of errors raised by the client's own code (rather than by a component it uses).
+// The source of errors raised by the client's own code (rather than by a component it uses): the
+// project's name, as the runtime names the program's own errors.
 inline constexpr QStringView kErrorSource = u"TillsightNetworkClient";
 
 // Writes one log record while connected; every failure inside is ignored. A run the user
@@ -25,8 +26,9 @@ void subLogError(core::Session& session, std::int32_t number, const QString& des
                  const QString& source, const QString& appTitle, const QString& module,
                  const QString& routine);
 
-// What a failure handler passes: the error, this client as its source, the application title,
-// and the handler's own module and routine names.
+// What a failure handler passes: the error, the component that raised it as its source (this
+// client for the runtime's own errors), the application title, and the handler's own module and
+// routine names.
 void subLogError(core::Session& session, const vb::VbError& error, const QString& module,
                  const QString& routine);
 

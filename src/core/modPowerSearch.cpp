@@ -62,7 +62,8 @@ void addPriceCondition(const SearchCriteria& criteria, QString& where, QString& 
     if (!where.isEmpty()) where += u" AND "_s;
     if (position >= 1 && position < static_cast<int>(kPriceOperators.size())) {
         const QString column = absolute ? u"abs(fldtransprice) "_s : u"fldtransprice "_s;
-        where += column + kPriceOperators[position].sql + numberText(criteria.price) + u' ';
+        where += column + kPriceOperators[position].sql +
+                 vb::doubleToText(fncPriceValue(criteria.price)) + u' ';
         subAddToTitle(title, kPriceOperators[position].title + criteria.price);
     }
     if (absolute) subAddToTitle(title, u"(No '-')"_s);
@@ -152,6 +153,10 @@ QString fncGroupClause(const SearchCriteria& criteria, QString& title) {
 QString fncOrderClause(QString& title) {
     subAddToTitle(title, u"List"_s);
     return u"Order By tblTrans.fldTransTime, idftransid "_s;
+}
+
+double fncPriceValue(const QString& priceText) {
+    return vb::val(priceText);
 }
 
 void subAddToTitle(QString& title, const QString& piece) {

@@ -19,6 +19,10 @@ QString fncGroupClause(const core::SearchCriteria& criteria, QString& title);
 QString fncOrderClause(QString& title);
 void subAddToTitle(QString& title, const QString& piece);
 
+// The price the search compares with: the leading number of the text ("3A" is 3, "1,234.50" is 1,
+// no number is 0). A saved search stores this same value, so it finds what the search found.
+double fncPriceValue(const QString& priceText);
+
 // The whole query, clauses in their order (the title reads criteria, then dates, then the type),
 // and the title it builds.
 struct SearchText {

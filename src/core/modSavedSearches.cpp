@@ -2,6 +2,7 @@
 
 #include "core/Session.h"
 #include "core/modDateRanges.h"
+#include "core/modPowerSearch.h"
 #include "sitelink/SiteLink.h"
 #include "vb/Convert.h"
 #include "vb/Regional.h"
@@ -23,10 +24,10 @@ bool isAny(const QString& text) {
     return text.isEmpty() || text == u"%"_s;
 }
 
-// The price as money, written with a decimal point whatever this computer's forms; a text that
-// is not a number counts as 0, as it does in the search.
+// The price as money, written with a decimal point whatever this computer's forms, read from the
+// text as the search reads it.
 QString siteMoney(const QString& priceText) {
-    const vb::Currency amount = vb::ccur(vb::Variant(vb::parseNumber(priceText).value_or(0.0)));
+    const vb::Currency amount = vb::ccur(vb::Variant(modPowerSearch::fncPriceValue(priceText)));
     return vb::currencyToText(amount).replace(vb::Regional::current().decimalPoint, u"."_s);
 }
 

@@ -86,17 +86,21 @@ QString errorMessage(int number, const QString& subject, const QString& table) {
     }
 }
 
+vb::VbError engineError(int number, const QString& description) {
+    return vb::VbError(number, description, kErrorSource.toString());
+}
+
 void raise(int number, const QString& subject, const QString& table) {
-    throw vb::VbError(number, errorMessage(number, subject, table));
+    throw engineError(number, errorMessage(number, subject, table));
 }
 
 void raiseMissingParameters(int expected) {
-    throw vb::VbError(err::TooFewParameters,
+    throw engineError(err::TooFewParameters,
                       QStringLiteral("Too few parameters. Expected %1.").arg(expected));
 }
 
 void raiseWrongArgumentCount(const QString& expression) {
-    throw vb::VbError(
+    throw engineError(
         err::MissingOperator,
         QStringLiteral("Wrong number of arguments used with function in query expression '%1'.")
             .arg(expression));

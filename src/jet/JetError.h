@@ -6,6 +6,7 @@
 #include "vb/VbError.h"
 
 #include <QString>
+#include <QStringView>
 
 namespace jet {
 
@@ -44,6 +45,12 @@ constexpr int NoSuchTable = 3376;
 constexpr int TooComplex = 3360; // nested, deep or large beyond the parser's limits
 constexpr int Syntax = 3000;     // anything else the parser refuses
 } // namespace err
+
+// The source every error of the engine carries, so a logged failure says the engine raised it.
+inline constexpr QStringView kErrorSource = u"Tillsight Site Engine";
+
+// An error of the engine: its number and text, under the engine's source.
+vb::VbError engineError(int number, const QString& description);
 
 // The dialect's message for a number, with the offending text (an expression, a table or a
 // function name) where the message names one, and the table a column belongs to where it names

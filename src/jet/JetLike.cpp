@@ -1,5 +1,6 @@
 #include "jet/JetLike.h"
 
+#include "jet/JetError.h"
 #include "vb/VbError.h"
 
 #include <QChar>
@@ -137,7 +138,7 @@ std::size_t LikePattern::parseSet(const std::u32string& pattern, std::size_t ope
         // A - at either end of the list is the character itself.
         if (k + 2 < body.size() && body[k + 1] == U'-') {
             if (body[k] > body[k + 2])
-                throw vb::VbError(kInvalidPatternString, QStringLiteral("Invalid pattern string"));
+                throw engineError(kInvalidPatternString, QStringLiteral("Invalid pattern string"));
             set.ranges.emplace_back(body[k], body[k + 2]);
             k += 3;
         } else {

@@ -31,8 +31,8 @@ namespace {
     const qsizetype colon = text.indexOf(u": ");
     bool numeric = false;
     const int number = colon > 0 ? text.left(colon).toInt(&numeric) : 0;
-    if (numeric) throw vb::VbError(number, text.mid(colon + 2));
-    throw vb::VbError(kEngineErrorBase + (code & 0xff), text);
+    if (numeric) throw engineError(number, text.mid(colon + 2));
+    throw engineError(kEngineErrorBase + (code & 0xff), text);
 }
 
 class SqlStatement {
@@ -295,7 +295,7 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::open(const QString& path, bool c
         const QString text =
             db ? QString::fromUtf8(sqlite3_errmsg(db)) : QStringLiteral("out of memory");
         sqlite3_close(db);
-        throw vb::VbError(kEngineErrorBase + (rc & 0xff),
+        throw engineError(kEngineErrorBase + (rc & 0xff),
                           QStringLiteral("Cannot open the site file '%1': %2").arg(path, text));
     }
     return std::unique_ptr<SqliteDatabase>(new SqliteDatabase(db));
@@ -319,7 +319,7 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::openSite(const QString& path) {
                         SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_URI, nullptr);
     if (rc != SQLITE_OK) {
         sqlite3_close(db);
-        throw vb::VbError(kEngineErrorBase + (rc & 0xff),
+        throw engineError(kEngineErrorBase + (rc & 0xff),
                           u"Cannot open the site file '%1': %2"_s.arg(path, reason));
     }
     return std::unique_ptr<SqliteDatabase>(new SqliteDatabase(db, reason));
@@ -369,7 +369,7 @@ void SqliteDatabase::clearInterrupt() {
 }
 
 void SqliteDatabase::stopIfInterrupted() const {
-    if (interrupted_) throw vb::VbError(kCanceledError, QString::fromUtf16(kCanceledText));
+    if (interrupted_) throw engineError(kCanceledError, QString::fromUtf16(kCanceledText));
 }
 
 vb::VbError SqliteDatabase::explained(const vb::VbError& error) const {

@@ -4,20 +4,27 @@
 
 namespace rs {
 
+namespace {
+
+[[noreturn]] void raise(int number, const QString& description) {
+    throw vb::VbError(number, description, kErrorSource.toString());
+}
+
+} // namespace
+
 void raiseNoCurrentRecord() {
-    throw vb::VbError(err::NoCurrentRecord,
-                      QStringLiteral("Either BOF or EOF is True, or the current record has been "
-                                     "deleted. Requested operation requires a current record."));
+    raise(err::NoCurrentRecord,
+          QStringLiteral("Either BOF or EOF is True, or the current record has been deleted. "
+                         "Requested operation requires a current record."));
 }
 
 void raiseItemNotFound() {
-    throw vb::VbError(err::ItemNotFound, QStringLiteral("Item cannot be found in the collection "
-                                                        "corresponding to the requested name or "
-                                                        "ordinal."));
+    raise(err::ItemNotFound, QStringLiteral("Item cannot be found in the collection "
+                                            "corresponding to the requested name or ordinal."));
 }
 
 void raiseBadArguments(const QString& message) {
-    throw vb::VbError(err::BadArguments, message);
+    raise(err::BadArguments, message);
 }
 
 } // namespace rs

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 namespace rs {
 
@@ -11,6 +12,9 @@ constexpr int BadArguments = 3001;
 constexpr int NoCurrentRecord = 3021;
 constexpr int ItemNotFound = 3265;
 } // namespace err
+
+// Result sets reach the program through the link, and their errors are raised under its name.
+inline constexpr QStringView kErrorSource = u"TillsightLink";
 
 [[noreturn]] void raiseNoCurrentRecord();
 [[noreturn]] void raiseItemNotFound();

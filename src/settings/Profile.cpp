@@ -6,11 +6,12 @@ namespace settings {
 
 namespace {
 
-// The name in a "[name]" line; a header without its closing bracket runs to the end of the line.
+// The name in a "[name]" line, up to the line's last "]", so a name holding "]" reads back whole;
+// a header without its closing bracket runs to the end of the line.
 std::optional<QString> headerName(const QString& line) {
     const QString t = line.trimmed();
     if (!t.startsWith(u'[')) return std::nullopt;
-    const qsizetype close = t.indexOf(u']');
+    const qsizetype close = t.lastIndexOf(u']');
     return t.mid(1, close < 0 ? -1 : close - 1).trimmed();
 }
 

@@ -32,15 +32,18 @@ QString settingsFilePath(const QString& executablePath, const FolderProbe& canWr
                          const QString& configHome) {
     const QFileInfo exe(executablePath);
     const QString fileName = exe.fileName() + u".ini"_s;
-    const QString folder = exe.absolutePath();
-    if (canWrite(folder)) return QDir(folder).filePath(fileName);
+    const QString beside = QDir(exe.absolutePath()).filePath(fileName);
+    if (QFileInfo::exists(beside) || canWrite(exe.absolutePath())) return beside;
     return QDir(configHome).filePath(u"tillsight/"_s + fileName);
+}
+
+QString settingsFileOf(const QString& executablePath) {
+    return settingsFilePath(executablePath, folderIsWritable, userConfigHome());
 }
 
 QString currentSettingsFile() {
     if (!overridePath().isEmpty()) return overridePath();
-    return settingsFilePath(QCoreApplication::applicationFilePath(), folderIsWritable,
-                            userConfigHome());
+    return settingsFileOf(QCoreApplication::applicationFilePath());
 }
 
 SettingsFileOverride::SettingsFileOverride(const QString& path) : previous_(overridePath()) {

@@ -2,7 +2,8 @@
 
 // Where the settings file lives: "<executable name>.ini" beside the executable, so that a copy of
 // the program carries its sites with it; when that folder cannot be written (an installed
-// program), "tillsight/<executable name>.ini" under the user's configuration folder.
+// program) and holds no such file yet, "tillsight/<executable name>.ini" under the user's
+// configuration folder.
 
 #include <QString>
 #include <functional>
@@ -17,9 +18,13 @@ bool folderIsWritable(const QString& folder);
 QString userConfigHome();
 
 // The executable's name is taken whole: programs here carry no extension, and cutting at a dot
-// would split a versioned name.
+// would split a versioned name. A file that is already beside the executable is used even when
+// its folder cannot be written: its sites are there, and its saves then fail and are logged
+// rather than going to another file that hides them.
 QString settingsFilePath(const QString& executablePath, const FolderProbe& canWrite,
                          const QString& configHome);
+// The settings file of the program at executablePath, on this computer as it is now.
+QString settingsFileOf(const QString& executablePath);
 
 // The running program's settings file, or the file a SettingsFileOverride names.
 QString currentSettingsFile();

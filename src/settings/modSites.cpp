@@ -112,6 +112,13 @@ std::int16_t fncFindSite(const QString& name) {
                               : countOf(static_cast<std::size_t>(it - gSites.begin()));
 }
 
+std::optional<QString> siteNameRefusal(const QString& name) {
+    // The file's reader trims every line before it looks for the bracket.
+    if (name.trimmed().startsWith(u'[') || name.contains(u']'))
+        return u"A site name cannot begin with \"[\" or contain \"]\"."_s;
+    return std::nullopt;
+}
+
 bool fncAddSite(const QString& name, const QString& address, bool dun, std::int32_t port,
                 const QString& password) {
     if (fncFindSite(name) != -1) return false;

@@ -12,6 +12,7 @@
 #include <QStringView>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 namespace settings {
@@ -48,6 +49,10 @@ void subSaveSites();
 
 // The first index whose Name is exactly name (letter case counts), or -1.
 std::int16_t fncFindSite(const QString& name);
+// Why a site cannot take this name, or nothing when it can. A name that begins with "[" would
+// read as a section header in the "Sites" list, and one holding "]" cannot be told from its
+// header's end by readers that stop at the first one.
+std::optional<QString> siteNameRefusal(const QString& name);
 // Appends a site; false, changing nothing, when one of that name exists. Only the list changes.
 bool fncAddSite(const QString& name, const QString& address, bool dun, std::int32_t port,
                 const QString& password);

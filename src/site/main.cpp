@@ -219,10 +219,10 @@ int runAddSite(const Arguments& args) {
     const QString path = QFileInfo(onlyPath(args, 1)).absoluteFilePath();
     if (!args.values.contains(u"--client"_s)) throw UsageError{u"--client is needed"_s};
     const QString name = args.values.value(u"--name"_s, u"Demo Store"_s);
+    if (const auto refusal = settings::siteNameRefusal(name)) throw UsageError{*refusal};
     site::openExistingSite(path); // only a real site goes on the list
     const QString file =
-        settings::settingsFilePath(QFileInfo(args.values[u"--client"_s]).absoluteFilePath(),
-                                   settings::folderIsWritable, settings::userConfigHome());
+        settings::settingsFileOf(QFileInfo(args.values[u"--client"_s]).absoluteFilePath());
     const settings::SettingsFileOverride use(file);
     settings::setFailureLog([](const vb::VbError& e, const QString&, const QString&) { throw e; });
     settings::subLoadSites();

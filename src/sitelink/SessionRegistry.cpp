@@ -1,11 +1,11 @@
 #include "sitelink/SessionRegistry.h"
 
-#include <QCryptographicHash>
 #include <QDir>
-#include <QFileInfo>
+#include <QFile>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace sitelink {
@@ -13,6 +13,7 @@ namespace sitelink {
 namespace {
 
 constexpr int kMaxSessions = 32767; // the number is a 16-bit signed integer
+constexpr mode_t kEveryone = 0666;
 
 // Tries to lock byte `offset` for this open file description; false when another holds it.
 bool tryLock(int fd, int offset) {
@@ -24,37 +25,53 @@ bool tryLock(int fd, int offset) {
     return fcntl(fd, F_OFD_SETLK, &lock) == 0;
 }
 
+// Opens the registry, making it when it is missing. A registry another user made is opened
+// without O_CREAT, which a sticky temporary folder refuses for files of others where the system
+// protects them; a new one is opened to every user of this computer, whatever the umask, so the
+// next user's clients can take their numbers in it too.
 int openRegistry(const QString& path) {
-    return ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    const QByteArray name = QFile::encodeName(path);
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        int fd = ::open(name.constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW);
+        if (fd >= 0 || errno != ENOENT) return fd;
+        fd =
+            ::open(name.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kEveryone);
+        if (fd >= 0) {
+            fchmod(fd, kEveryone);
+            return fd;
+        }
+        if (errno != EEXIST) return -1; // else another client made it meanwhile: open that one
+    }
+    return -1;
 }
 
-// Where a site whose folder cannot be written keeps its registry: one place on this computer per
-// site file, so the clients here still number themselves apart. (Their session tables are
-// private to each connection, so clients elsewhere sharing a number harm nothing.)
-QString fallbackRegistryPath(const QString& siteFile) {
-    const QByteArray key = QCryptographicHash::hash(QFileInfo(siteFile).absoluteFilePath().toUtf8(),
-                                                    QCryptographicHash::Sha1);
-    return QDir::temp().filePath(
-        QStringLiteral("tillsight-%1.sessions").arg(QString::fromLatin1(key.toHex())));
+QString systemError() {
+    return QString::fromLocal8Bit(std::strerror(errno));
 }
 
 } // namespace
 
-QString SessionLease::registryPath(const QString& siteFile) {
-    return QFileInfo(siteFile).absoluteFilePath() + QStringLiteral(".sessions");
+std::optional<QString> SessionLease::registryPath(const QString& siteFile, QString* error) {
+    struct stat site {};
+    if (::stat(QFile::encodeName(siteFile).constData(), &site) != 0) {
+        if (error)
+            *error = QStringLiteral("Cannot find the session registry of %1: %2")
+                         .arg(siteFile, systemError());
+        return std::nullopt;
+    }
+    return QDir::temp().filePath(QStringLiteral("tillsight-%1-%2.sessions")
+                                     .arg(static_cast<qulonglong>(site.st_dev), 0, 16)
+                                     .arg(static_cast<qulonglong>(site.st_ino), 0, 16));
 }
 
 std::optional<SessionLease> SessionLease::acquire(const QString& siteFile, QString* error) {
-    QString path = registryPath(siteFile);
-    int fd = openRegistry(path);
-    if (fd < 0 && (errno == EACCES || errno == EROFS)) {
-        path = fallbackRegistryPath(siteFile);
-        fd = openRegistry(path);
-    }
+    const auto path = registryPath(siteFile, error);
+    if (!path) return std::nullopt;
+    const int fd = openRegistry(*path);
     if (fd < 0) {
         if (error)
-            *error = QStringLiteral("Cannot open the session registry %1: %2")
-                         .arg(path, QString::fromLocal8Bit(std::strerror(errno)));
+            *error =
+                QStringLiteral("Cannot open the session registry %1: %2").arg(*path, systemError());
         return std::nullopt;
     }
     for (int index = 1; index <= kMaxSessions; ++index)

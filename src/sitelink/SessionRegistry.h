@@ -1,10 +1,16 @@
 #pragma once
 
 // Session numbers for the connections open on one site file. Each connection holds an OFD lock on
-// one byte of a small file beside the site: the byte's offset is its number. The lock belongs to
-// the open file, so two connections of one process exclude each other as connections of two
+// one byte of a small registry file: the byte's offset is its number. The lock belongs to the
+// open file, so two connections of one process exclude each other as connections of two
 // processes do, and the system drops it when a process ends however it ends: a number is never
 // lost to a crash.
+//
+// The registry lives in this computer's temporary folder, named by the site file's device and
+// inode: every user can write there, whether or not the site's folder can be written, and every
+// path to one file (a symbolic link, another mount of its folder) meets the same registry. The
+// numbers only keep apart the clients of one computer, whose session tables are private to each
+// connection anyway.
 
 #include <QString>
 #include <cstdint>
@@ -26,8 +32,9 @@ public:
 
     std::int16_t index() const { return index_; }
 
-    // The registry file kept beside a site file.
-    static QString registryPath(const QString& siteFile);
+    // The registry of the site file, or nothing with a reason in `error` when the file cannot be
+    // found.
+    static std::optional<QString> registryPath(const QString& siteFile, QString* error = nullptr);
 
 private:
     SessionLease(int fd, std::int16_t index) : fd_(fd), index_(index) {}

@@ -1,5 +1,6 @@
 #include "sitelink/SiteLink.h"
 
+#include "recordset/RecordsetError.h"
 #include "vb/VbError.h"
 
 #include <QElapsedTimer>
@@ -19,7 +20,7 @@ constexpr int kNotConnected = 3704; // the data-access layer's "operation not al
 } // namespace
 
 QString SiteLink::errorSource() {
-    return QStringLiteral("TillsightLink");
+    return rs::kErrorSource.toString();
 }
 
 SiteLink::SiteLink(QObject* parent) : QObject(parent) {

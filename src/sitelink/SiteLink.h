@@ -67,7 +67,7 @@ public:
     // The guard the waits use from now on; nullptr for none. The link does not own it.
     void setInputGuard(InputGuard* guard) { guard_ = guard; }
 
-    // The source named in LinkError.
+    // The source named in LinkError and carried by the errors of the result sets it hands out.
     static QString errorSource();
 
 signals:

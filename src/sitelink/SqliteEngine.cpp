@@ -16,7 +16,7 @@ constexpr int kSiteFileError = 3044; // the dialect's "not a valid path" family
 static_assert(kCanceled == jet::kCanceledError);
 
 [[noreturn]] void refuse(const QString& message) {
-    throw vb::VbError(kSiteFileError, message);
+    throw jet::engineError(kSiteFileError, message);
 }
 
 // Reading the schema touches the file's first pages: a file that is not a database, or a
@@ -88,10 +88,10 @@ bool isSiteFileAddress(const QString& address) {
 
 std::unique_ptr<Engine> openEngine(const ConnectParams& params) {
     if (isSiteFileAddress(params.address)) return SqliteEngine::open(params.address);
-    throw vb::VbError(kSiteFileError,
-                      QStringLiteral("The site %1 is a server address; this build reaches site "
-                                     "files only.")
-                          .arg(params.address));
+    throw jet::engineError(
+        kSiteFileError, QStringLiteral("The site %1 is a server address; this build reaches site "
+                                       "files only.")
+                            .arg(params.address));
 }
 
 } // namespace sitelink

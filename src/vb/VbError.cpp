@@ -2,8 +2,9 @@
 
 namespace vb {
 
-VbError::VbError(int number, const QString& description)
-    : std::runtime_error(description.toStdString()), number_(number), description_(description) {}
+VbError::VbError(int number, const QString& description, const QString& source)
+    : std::runtime_error(description.toStdString()), number_(number), description_(description),
+      source_(source) {}
 
 QString errorMessage(int number) {
     switch (number) {

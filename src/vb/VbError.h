@@ -6,16 +6,19 @@
 namespace vb {
 
 // A run-time error with the language's number and message, so callers (and the dialect engine)
-// can report failures exactly as the original runtime would.
+// can report failures exactly as the original runtime would. The source names the component that
+// raised it; an error without one is the program's own, raised by the runtime.
 class VbError : public std::runtime_error {
 public:
-    VbError(int number, const QString& description);
+    VbError(int number, const QString& description, const QString& source = QString());
     int number() const noexcept { return number_; }
     const QString& description() const noexcept { return description_; }
+    const QString& source() const noexcept { return source_; }
 
 private:
     int number_;
     QString description_;
+    QString source_;
 };
 
 namespace err {

@@ -4,9 +4,12 @@
 #include "SessionTest.h"
 
 #include "core/modError.h"
+#include "jet/Parser.h"
 #include "settings/modSites.h"
 #include "vb/Convert.h"
 #include "vb/DateTime.h"
+
+#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -51,16 +54,29 @@ TEST_F(ErrorLogTest, RecordReachesTheSiteWithQuotesRemoved) {
     EXPECT_LE(logged[0].time, after + second);
 }
 
-TEST_F(ErrorLogTest, HandlersLogTheErrorAsThisClientsUnderTheApplicationTitle) {
+// Each failure is a real one of its component, caught as a handler catches it.
+TEST_F(ErrorLogTest, HandlersLogEachErrorUnderTheComponentThatRaisedItAndTheApplicationTitle) {
     connectSite();
-    modError::subLogError(session(),
-                          vb::VbError(vb::err::Overflow, vb::errorMessage(vb::err::Overflow)),
-                          u"frmAbout"_s, u"Form_Load"_s);
+    const auto logFailure = [this](const std::function<void()>& fail) {
+        try {
+            fail();
+            ADD_FAILURE() << "nothing failed";
+        } catch (const vb::VbError& error) {
+            modError::subLogError(session(), error, u"frmAbout"_s, u"Form_Load"_s);
+        }
+    };
+    logFailure([] { vb::cint(vb::Variant(u"abc"_s)); });
+    logFailure([] { jet::parseStatement(u"selec * from tblTrans"_s); });
+    logFailure([this] { link().OpenRecordset(u"select * from tblLog"_s)->field(u"fldNone"); });
+
     const auto logged = records();
-    ASSERT_EQ(logged.size(), 1u);
+    ASSERT_EQ(logged.size(), 3u);
     EXPECT_EQ(logged[0].texts,
-              (QStringList{u"6"_s, u"Overflow"_s, modError::kErrorSource.toString(),
+              (QStringList{u"13"_s, u"Type mismatch"_s, u"TillsightNetworkClient"_s,
                            core::applicationTitle(), u"frmAbout"_s, u"Form_Load"_s}));
+    EXPECT_EQ(logged[1].texts[2], u"Tillsight Site Engine"_s);
+    EXPECT_EQ(logged[2].texts[0], u"3265"_s);
+    EXPECT_EQ(logged[2].texts[2], u"TillsightLink"_s);
 }
 
 TEST_F(ErrorLogTest, SettingsFailuresGoToTheLog) {

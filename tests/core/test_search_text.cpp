@@ -67,6 +67,22 @@ TEST_F(SavedCriteria, EverySavedCriterionComesBackAsItWasSaved) {
               modPowerSearch::fncSearchText(saved).query);
 }
 
+// The price box takes any text; the search reads its leading number, and so must the save.
+TEST_F(SavedCriteria, ASavedPriceFindsWhatTheSearchFound) {
+    const QStringList typed{u"1,234.50"_s, u"3A"_s, u"abc"_s, u"12.5"_s, u"  7 5"_s};
+    for (qsizetype i = 0; i < typed.size(); ++i) {
+        core::SearchCriteria saved;
+        saved.modifier = 1;
+        saved.price = typed[i];
+        ASSERT_TRUE(modSavedSearches::fncSaveSearch(session(), saved, typed[i]));
+        const core::SearchCriteria back = restore(static_cast<std::int32_t>(i + 1));
+        QString savedTitle, backTitle;
+        EXPECT_EQ(modPowerSearch::fncWhereClause(back, backTitle),
+                  modPowerSearch::fncWhereClause(saved, savedTitle))
+            << typed[i].toStdString();
+    }
+}
+
 TEST_F(SavedCriteria, StoredValuesOutsideTheirControlsRaiseTheLanguagesErrors) {
     const QString insert = u"INSERT INTO tblPowerSearches (fldreporttitle, fldSearchType, "
                            u"fldModifier, fldInterval) VALUES ('%1', %2, %3, %4)"_s;

@@ -105,6 +105,18 @@ TEST(SettingsPath, BesideTheExecutableUnlessItsFolderCannotBeWritten) {
               u"/home/u/.config/tillsight/tillsight.ini"_s);
 }
 
+TEST(SettingsPath, AFileAlreadyBesideTheExecutableIsKeptEvenWhereNothingCanBeWritten) {
+    const QTemporaryDir folder;
+    const QString program = folder.filePath(u"tillsight"_s);
+    const auto nowhere = [](const QString&) { return false; };
+    const QString config = folder.filePath(u"config"_s);
+    EXPECT_EQ(settingsFilePath(program, nowhere, config), config + u"/tillsight/tillsight.ini"_s);
+    QFile beside(program + u".ini"_s);
+    ASSERT_TRUE(beside.open(QIODevice::WriteOnly));
+    beside.close();
+    EXPECT_EQ(settingsFilePath(program, nowhere, config), program + u".ini"_s);
+}
+
 TEST(SettingsPath, TheConfigFolderFollowsAnAbsoluteXdgConfigHome) {
     const QTemporaryDir home;
     qputenv("HOME", home.path().toUtf8());

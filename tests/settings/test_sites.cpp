@@ -218,3 +218,25 @@ TEST(HexToDec, DigitsOfEitherCaseAndNothingElse) {
     EXPECT_EQ(fncHexToDec(u"1G"_s), u"0"_s);
     EXPECT_EQ(fncHexToDec(u"-1"_s), u"0"_s);
 }
+
+TEST_F(SiteStore, BracketsInANameReadBackOrAreRefusedBeforeTheyCanLoseSites) {
+    // A file that already holds a name with "]" (written by hand, or before names were checked)
+    // keeps that site and every later one across a save and a load.
+    const std::vector<Site> sites{{u"Main] Street"_s, u"10.0.0.1"_s, false, 1, u"a"_s},
+                                  {u"Back [Lot]"_s, u"10.0.0.2"_s, true, 2, u"b"_s},
+                                  {u"Later"_s, u"10.0.0.3"_s, false, 3, u"c"_s}};
+    for (const Site& s : sites)
+        ASSERT_TRUE(fncAddSite(s.Name, s.Address, s.DUN, s.Port, s.Password));
+    subSaveSites();
+    restart();
+    EXPECT_EQ(gSites, sites);
+    EXPECT_TRUE(logged.empty());
+
+    // A line of the list beginning with "[" is a header to every reader, so such a name is
+    // refused; one that only holds "[" further on is a name like any other.
+    const QString refusal = u"A site name cannot begin with \"[\" or contain \"]\"."_s;
+    for (const QString& name : {u"[Old] Store"_s, u"  [Old Store"_s, u"Main] Street"_s, u"]"_s})
+        EXPECT_EQ(siteNameRefusal(name), refusal) << name.toStdString();
+    for (const QString& name : {u"Old [Store"_s, u"Store"_s, QString()})
+        EXPECT_EQ(siteNameRefusal(name), std::nullopt) << name.toStdString();
+}

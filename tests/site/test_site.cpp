@@ -320,6 +320,14 @@ TEST_F(SiteTool, AddSiteListsTheSiteForTheClientAndKeepsTheUsersOwn) {
         tool({u"add-site"_s, path(u"none.tsite"_s), u"--client"_s, client, u"--name"_s, u"X"_s});
     EXPECT_EQ(missing.status, 1);
     EXPECT_FALSE(QString::fromUtf8(readFile(path(u"tillsight.ini"_s))).contains(u"[X]"_s));
+
+    // Nor a name the list could not read back.
+    const ToolRun bracketed =
+        tool({u"add-site"_s, path(), u"--client"_s, client, u"--name"_s, u"[Old] Store"_s});
+    EXPECT_EQ(bracketed.status, 2);
+    EXPECT_TRUE(bracketed.err.contains(u"A site name cannot begin with \"[\" or contain \"]\"."_s))
+        << bracketed.err.toStdString();
+    EXPECT_FALSE(QString::fromUtf8(readFile(path(u"tillsight.ini"_s))).contains(u"Old"_s));
 }
 
 TEST_F(SiteTool, ADemoMadeNowEndsThereAndTheDemoRenewsOnlyAStaleSite) {

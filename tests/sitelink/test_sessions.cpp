@@ -1,9 +1,12 @@
 #include "sitelink/SessionRegistry.h"
 
+#include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,10 +14,47 @@ using sitelink::SessionLease;
 
 namespace {
 
+constexpr uid_t kNobody = 65534;
+constexpr uid_t kAnotherUser = 65533;
+
+// Two site files, and a temporary folder of the test's own, open to every user as the system's.
 class Sessions : public ::testing::Test {
 protected:
+    void SetUp() override {
+        ASSERT_TRUE(dir_.isValid());
+        ASSERT_EQ(chmod(QFile::encodeName(dir_.path()).constData(), 0755), 0);
+        for (const QString& name : {QStringLiteral("store.tsite"), QStringLiteral("other.tsite")})
+            ASSERT_TRUE(QFile(dir_.filePath(name)).open(QIODevice::WriteOnly));
+        ASSERT_TRUE(QDir(dir_.path()).mkdir(QStringLiteral("tmp")));
+        ASSERT_EQ(chmod(QFile::encodeName(dir_.filePath(QStringLiteral("tmp"))).constData(), 01777),
+                  0);
+        savedTmp_ = qgetenv("TMPDIR");
+        qputenv("TMPDIR", QFile::encodeName(dir_.filePath(QStringLiteral("tmp"))));
+    }
+    void TearDown() override { qputenv("TMPDIR", savedTmp_); }
+
     QString site() const { return dir_.filePath(QStringLiteral("store.tsite")); }
+
+    // The number a process of another user takes, holding it until `release` is written to;
+    // 0 when it took none, -1 when this process cannot act as another user.
+    static pid_t numberAs(uid_t user, const QString& site, int ready, int release) {
+        const pid_t child = fork();
+        if (child != 0) return child;
+        char index = -1;
+        if (setgid(user) == 0 && setuid(user) == 0) {
+            auto theirs = SessionLease::acquire(site);
+            index = theirs ? static_cast<char>(theirs->index()) : 0;
+            (void)!write(ready, &index, 1);
+            char wait;
+            (void)!read(release, &wait, 1);
+            _exit(0);
+        }
+        (void)!write(ready, &index, 1);
+        _exit(0);
+    }
+
     QTemporaryDir dir_;
+    QByteArray savedTmp_;
 };
 
 } // namespace
@@ -69,4 +109,46 @@ TEST_F(Sessions, AnUnwritableFolderIsAClearFailure) {
     QString error;
     EXPECT_FALSE(SessionLease::acquire(QStringLiteral("/proc/no/such/site.tsite"), &error));
     EXPECT_TRUE(error.contains(QStringLiteral("session registry"))) << error.toStdString();
+}
+
+TEST_F(Sessions, EveryPathToOneSiteFileMeetsOneRegistry) {
+    const QString link = dir_.filePath(QStringLiteral("link.tsite"));
+    ASSERT_TRUE(QFile::link(site(), link));
+    auto direct = SessionLease::acquire(site());
+    auto linked = SessionLease::acquire(link);
+    auto relative = SessionLease::acquire(QDir::current().relativeFilePath(site()));
+    ASSERT_TRUE(direct && linked && relative);
+    EXPECT_EQ(direct->index(), 1);
+    EXPECT_EQ(linked->index(), 2);
+    EXPECT_EQ(relative->index(), 3);
+    // Nothing is made beside the site, so a folder that cannot be written takes nothing away.
+    EXPECT_EQ(QDir(dir_.path()).entryList(QDir::Files | QDir::System),
+              QStringList({QStringLiteral("link.tsite"), QStringLiteral("other.tsite"),
+                           QStringLiteral("store.tsite")}));
+}
+
+// Users other than root are bound by the folder's permissions and by each other's files.
+TEST_F(Sessions, UsersOfOneComputerNumberThemselvesApartOnASiteInAFolderTheyCannotWrite) {
+    const QString folder = dir_.filePath(QStringLiteral("locked"));
+    ASSERT_TRUE(QDir().mkdir(folder));
+    const QString locked = folder + QStringLiteral("/store.tsite");
+    ASSERT_TRUE(QFile::copy(site(), locked));
+    ASSERT_EQ(chmod(QFile::encodeName(folder).constData(), 0555), 0);
+    int ready[2], release[2];
+    ASSERT_EQ(pipe(ready), 0);
+    ASSERT_EQ(pipe(release), 0);
+    std::vector<pid_t> children;
+    std::vector<int> numbers;
+    for (const uid_t user : {kNobody, kAnotherUser}) {
+        children.push_back(numberAs(user, locked, ready[1], release[0]));
+        char index = 0;
+        ASSERT_EQ(read(ready[0], &index, 1), 1);
+        numbers.push_back(index);
+    }
+    (void)!write(release[1], "xx", 2);
+    for (const pid_t child : children)
+        waitpid(child, nullptr, 0);
+    chmod(QFile::encodeName(folder).constData(), 0755);
+    if (numbers[0] == -1) GTEST_SKIP() << "cannot run processes as other users";
+    EXPECT_EQ(numbers, (std::vector<int>{1, 2}));
 }

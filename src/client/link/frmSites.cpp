@@ -237,6 +237,10 @@ void frmSites::cmdOK_Click() {
         showMessage(u"You must enter a site name, address and port"_s);
         return;
     }
+    if (const auto refusal = settings::siteNameRefusal(txtName_->text())) {
+        showMessage(*refusal);
+        return;
+    }
     const bool dialup = chkDUN_->isChecked();
     try {
         if (mblnAdding)

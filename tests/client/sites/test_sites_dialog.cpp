@@ -158,6 +158,21 @@ TEST_F(SitesDialog, OkRefusesMissingFieldsAndANameAlreadyListed) {
     EXPECT_EQ(gSites.back(), (Site{u"store1"_s, u"elsewhere"_s, false, 0, QString()}));
 }
 
+TEST_F(SitesDialog, OkRefusesANameTheSettingsFileCouldNotReadBack) {
+    const QString refused = box(u"A site name cannot begin with \"[\" or contain \"]\"."_s);
+    click(u"cmdAdd"_s);
+    fill({u"[Old] Store"_s, u"10.0.0.5"_s, u"80"_s});
+    click(u"cmdOK"_s);
+    click(u"cmdCancel"_s);
+    pick(0);
+    click(u"cmdEdit"_s);
+    retype(u"txtName"_s, u"Store] 1"_s);
+    click(u"cmdOK"_s);
+    EXPECT_EQ(boxes, QStringList({refused, refused}));
+    EXPECT_TRUE(panel()->isVisible());
+    EXPECT_EQ(gSites, std::vector<Site>({kStore, kDepot}));
+}
+
 TEST_F(SitesDialog, EditShowsTheStoredAddressAndWritesTheSiteInPlace) {
     pick(1, true);
     ASSERT_TRUE(panel()->isVisible());
