@@ -318,7 +318,9 @@ int GridBody::sizeHintForColumn(int column) const {
     // Every cell of a column has the same padding and indent around its text.
     const int padding = cellWidth(cell) - fontMetrics().horizontalAdvance(cell.data().toString());
     const int text = textFit_ ? textFit_(column) : widestTextInView(column);
-    return std::max(caption, text + padding);
+    // Both widths are a fractional layout rounded to the pixel, each its own way, and the cell
+    // elides its text by the unrounded width: a pixel more keeps the widest text whole.
+    return std::max(caption, text + padding + 1);
 }
 
 QModelIndex GridBody::firstDataRow() const {
