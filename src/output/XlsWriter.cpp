@@ -231,19 +231,22 @@ std::optional<quint32> rkValue(double v) {
     return (quint32(qint32(v)) << 2) | 2;
 }
 
-void putNumberCell(QByteArray& out, quint16 row, quint16 column, quint16 xf, double v) {
-    if (const auto rk = rkValue(v)) {
-        beginRecord(out, kRk, 10);
-        put16(out, row);
-        put16(out, column);
-        put16(out, xf);
-        put32(out, *rk);
-        return;
-    }
-    beginRecord(out, kNumber, 14);
+// Every cell record opens with its place and its XF.
+void beginCell(QByteArray& out, quint16 type, quint16 size, quint16 row, quint16 column,
+               quint16 xf) {
+    beginRecord(out, type, size);
     put16(out, row);
     put16(out, column);
     put16(out, xf);
+}
+
+void putNumberCell(QByteArray& out, quint16 row, quint16 column, quint16 xf, double v) {
+    if (const auto rk = rkValue(v)) {
+        beginCell(out, kRk, 10, row, column, xf);
+        put32(out, *rk);
+        return;
+    }
+    beginCell(out, kNumber, 14, row, column, xf);
     putDouble(out, v);
 }
 
@@ -460,17 +463,11 @@ void XlsWriter::addCell(int column, const XlsCell& cell) {
     case XlsCell::Kind::Empty:
         return;
     case XlsCell::Kind::Text:
-        beginRecord(cells_, kLabelSst, 10);
-        put16(cells_, row);
-        put16(cells_, col);
-        put16(cells_, kXfGeneral);
+        beginCell(cells_, kLabelSst, 10, row, col, kXfGeneral);
         put32(cells_, sharedString(cell.textValue()));
         return;
     case XlsCell::Kind::Boolean:
-        beginRecord(cells_, kBoolErr, 8);
-        put16(cells_, row);
-        put16(cells_, col);
-        put16(cells_, kXfGeneral);
+        beginCell(cells_, kBoolErr, 8, row, col, kXfGeneral);
         put8(cells_, quint8(cell.value()));
         put8(cells_, 0); // a boolean, not an error code
         return;
