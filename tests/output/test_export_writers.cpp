@@ -4,10 +4,10 @@
 
 #include "recordset/RecordsetTestData.h"
 #include "support/CoreApplication.h"
+#include "support/ExportedFiles.h"
 #include "support/VbTestSupport.h"
 
 #include <QFile>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 
 using namespace Qt::Literals::StringLiterals;
@@ -36,11 +36,6 @@ std::shared_ptr<rs::Recordset> items() {
           date("2003/03/26 00:00:01")}});
 }
 
-QString contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : u"(none)"_s;
-}
-
 class ExportWritersTest : public testsupport::EnUsTest {
 protected:
     static void SetUpTestSuite() { testsupport::ensureCoreApplication(); }
@@ -58,23 +53,6 @@ protected:
     }
 
     QString path(const QString& name) const { return dir.filePath(name); }
-
-    // The cells of the HTML file's data rows, unescaped.
-    static std::vector<QStringList> htmlRows(const QString& html) {
-        std::vector<QStringList> rows;
-        static const QRegularExpression row(u"<tr>(.*)</tr>"_s);
-        static const QRegularExpression cell(u"<td[^>]*>(.*?)</td>"_s);
-        for (const auto& line : row.globalMatch(html)) {
-            QStringList cells;
-            for (const auto& c : cell.globalMatch(line.captured(1)))
-                cells.append(c.captured(1)
-                                 .replace(u"&lt;"_s, u"<"_s)
-                                 .replace(u"&gt;"_s, u">"_s)
-                                 .replace(u"&amp;"_s, u"&"_s));
-            if (!cells.isEmpty()) rows.push_back(cells);
-        }
-        return rows;
-    }
 
     QTemporaryDir dir;
     RecordsetModel source;
@@ -98,7 +76,7 @@ TEST_F(ExportWritersTest, TextIsCaptionsThenDefaultTextsCommaJoinedWithCrlf) {
     ASSERT_TRUE(output::writeDelimitedText(report, path(u"sales.txt"_s)));
     // Money without its symbol or separators, dates in their general form, Null as nothing; the
     // comma in "Tea, green" is left as it is.
-    EXPECT_EQ(contents(path(u"sales.txt"_s)),
+    EXPECT_EQ(testsupport::fileText(path(u"sales.txt"_s)),
               u"Item,Clerk,Price,Sold\r\n"
               u"Tea, green,,2,\r\n"
               u"Crème brûlée,Ann,,3/27/2003 9:00:00 AM\r\n"
@@ -108,13 +86,14 @@ TEST_F(ExportWritersTest, TextIsCaptionsThenDefaultTextsCommaJoinedWithCrlf) {
     // Columns come in the order given, and only those.
     const output::ShownReport reordered{grouping, {Sold, Item}, QString()};
     ASSERT_TRUE(output::writeDelimitedText(reordered, path(u"two.txt"_s)));
-    EXPECT_TRUE(contents(path(u"two.txt"_s)).startsWith(u"Sold,Item\r\n,Tea, green\r\n"_s));
+    EXPECT_TRUE(
+        testsupport::fileText(path(u"two.txt"_s)).startsWith(u"Sold,Item\r\n,Tea, green\r\n"_s));
 }
 
 TEST_F(ExportWritersTest, HtmlIsACompleteEscapedPageShowingWhatTheGridShows) {
     const output::ShownReport report{grouping, {Item, Clerk, Price, Sold}, u"Q&A <1>"_s};
     ASSERT_TRUE(output::writeHtmlTable(report, path(u"sales.htm"_s)));
-    const QString html = contents(path(u"sales.htm"_s));
+    const QString html = testsupport::fileText(path(u"sales.htm"_s));
     EXPECT_TRUE(html.startsWith(u"<!DOCTYPE html>\r\n"_s));
     EXPECT_TRUE(html.contains(u"<meta charset=\"utf-8\">"_s));
     EXPECT_EQ(html.count(u"\n"_s), html.count(u"\r\n"_s)) << "every line ends in CRLF";
@@ -131,7 +110,7 @@ TEST_F(ExportWritersTest, HtmlIsACompleteEscapedPageShowingWhatTheGridShows) {
             cells.append(source.cellText(row, column));
         expected.push_back(cells);
     });
-    EXPECT_EQ(htmlRows(html), expected);
+    EXPECT_EQ(testsupport::htmlDataRows(html), expected);
     EXPECT_EQ(expected[2], (QStringList{u"Fish & Chips <large>"_s, u"Zoë"_s, u"$1,234.50"_s,
                                         u"Fri, 28 Mar 2003"_s}));
     // Money and dates stand right as in the grid; text does not.
@@ -147,8 +126,8 @@ TEST_F(ExportWritersTest, AFileIsReplacedWholeOrNotAtAll) {
         old.write(QByteArray(100000, 'x'));
     }
     ASSERT_TRUE(output::writeHtmlTable(report, target));
-    EXPECT_FALSE(contents(target).contains(u"xxx"_s));
-    EXPECT_TRUE(contents(target).startsWith(u"<!DOCTYPE html>"_s));
+    EXPECT_FALSE(testsupport::fileText(target).contains(u"xxx"_s));
+    EXPECT_TRUE(testsupport::fileText(target).startsWith(u"<!DOCTYPE html>"_s));
 
     // A folder that does not exist, or a folder in the file's place, takes nothing.
     EXPECT_FALSE(output::writeDelimitedText(report, path(u"missing/a.txt"_s)));

@@ -6,13 +6,13 @@
 #include "reports/modSaveAs.h"
 
 #include "recordset/RecordsetTestData.h"
+#include "support/ExportedFiles.h"
 #include "support/GuiTestSupport.h"
 
 #include <QApplication>
 #include <QFile>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -39,11 +39,6 @@ std::shared_ptr<rs::Recordset> sales() {
          {"Ann", "Crème brûlée", null(), date("2003/03/27")},
          {"Zoë", "Scone", money(3.25), null()},
          {"Ann", "Tea", money(2), date("2003/03/26")}});
-}
-
-QString contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : u"(none)"_s;
 }
 
 class ExportTest : public testsupport::GuiTest {
@@ -104,22 +99,6 @@ protected:
         return rows;
     }
 
-    static std::vector<QStringList> htmlRows(const QString& html) {
-        std::vector<QStringList> rows;
-        static const QRegularExpression row(u"<tr>(.*)</tr>"_s);
-        static const QRegularExpression cell(u"<td[^>]*>(.*?)</td>"_s);
-        for (const auto& line : row.globalMatch(html)) {
-            QStringList cells;
-            for (const auto& c : cell.globalMatch(line.captured(1)))
-                cells << c.captured(1)
-                             .replace(u"&lt;"_s, u"<"_s)
-                             .replace(u"&gt;"_s, u">"_s)
-                             .replace(u"&amp;"_s, u"&"_s);
-            if (!cells.isEmpty()) rows.push_back(cells);
-        }
-        return rows;
-    }
-
     QString path(const QString& name) const { return dir.filePath(name); }
 
     QTemporaryDir dir;
@@ -174,21 +153,22 @@ TEST_F(ExportTest, TextAndHtmlHoldEveryRowTheGridShowsFoldedOrNot) {
     EXPECT_EQ(QApplication::overrideCursor(), nullptr) << "the hourglass is gone";
     // Grouped by clerk: Ann's rows first although her group is folded; the default text of each
     // value, Null as nothing.
-    EXPECT_EQ(contents(path(u"sales.txt"_s)), u"Clerk,Item,Price,Date\r\n"
-                                              u"Ann,Crème brûlée,,3/27/2003\r\n"
-                                              u"Ann,Tea,2,3/26/2003\r\n"
-                                              u"Zoë,Fish & Chips <large>,1234.5,3/28/2003\r\n"
-                                              u"Zoë,Scone,3.25,\r\n"_s);
+    EXPECT_EQ(testsupport::fileText(path(u"sales.txt"_s)),
+              u"Clerk,Item,Price,Date\r\n"
+              u"Ann,Crème brûlée,,3/27/2003\r\n"
+              u"Ann,Tea,2,3/26/2003\r\n"
+              u"Zoë,Fish & Chips <large>,1234.5,3/28/2003\r\n"
+              u"Zoë,Scone,3.25,\r\n"_s);
 
     choose(1);
     names << path(u"sales"_s);
     exportNow();
     EXPECT_EQ(filters.last(), u"HTML File|*.htm"_s);
-    const QString html = contents(path(u"sales.htm"_s));
+    const QString html = testsupport::fileText(path(u"sales.htm"_s));
     EXPECT_TRUE(html.contains(u"<title>Sales &amp; Returns</title>"_s));
     EXPECT_TRUE(html.contains(u"Fish &amp; Chips &lt;large&gt;"_s));
     const std::vector<QStringList> shown = shownRows();
-    EXPECT_EQ(htmlRows(html), shown);
+    EXPECT_EQ(testsupport::htmlDataRows(html), shown);
     EXPECT_EQ(shown[2], (QStringList{u"Zoë"_s, u"Fish & Chips <large>"_s, u"$1,234.50"_s,
                                      u"Fri, 28 Mar 2003"_s}));
     EXPECT_TRUE(boxes.isEmpty());
@@ -233,15 +213,16 @@ TEST_F(ExportTest, SaveAsAsksBeforeReplacingAndRefusesAMissingFolder) {
     ASSERT_EQ(boxes.size(), 1);
     EXPECT_TRUE(boxes[0].startsWith(u"Confirm Save As|"_s + target + u" already exists."_s));
     EXPECT_EQ(filters.size(), 2) << "a No shows the dialog again";
-    EXPECT_EQ(contents(target), u"old contents"_s);
+    EXPECT_EQ(testsupport::fileText(target), u"old contents"_s);
 
     answer = modShared::vbYes;
     names << path(u"nowhere/x"_s) << path(u"old"_s);
     exportNow();
     ASSERT_EQ(boxes.size(), 3);
     EXPECT_TRUE(boxes[1].startsWith(u"Save As|"_s)) << "the folder does not exist";
-    EXPECT_TRUE(contents(target).startsWith(u"<!DOCTYPE html>"_s)) << "replaced, not appended";
-    EXPECT_FALSE(contents(target).contains(u"old contents"_s));
+    EXPECT_TRUE(testsupport::fileText(target).startsWith(u"<!DOCTYPE html>"_s))
+        << "replaced, not appended";
+    EXPECT_FALSE(testsupport::fileText(target).contains(u"old contents"_s));
 }
 
 TEST_F(ExportTest, AFailedWriteEndsSilentlyAndLeavesTheHourglass) {
