@@ -212,9 +212,9 @@ private:
     qsizetype start_ = 0;
 };
 
-// Excel's day numbers count a 29 February 1900 that never was: before 1 March 1900 they run one
-// behind the vb runtime's.
-double excelSerial(double vbSerial) {
+// A spreadsheet's day numbers count a 29 February 1900 that never was: before 1 March 1900 they run
+// one behind the vb runtime's.
+double sheetSerial(double vbSerial) {
     return vbSerial >= 1 && vbSerial < 61 ? vbSerial - 1 : vbSerial;
 }
 
@@ -476,7 +476,7 @@ void XlsWriter::addCell(int column, const XlsCell& cell) {
     case XlsCell::Kind::Currency:
         return putNumberCell(cells_, row, col, kXfCurrency, cell.value());
     case XlsCell::Kind::Date:
-        return putNumberCell(cells_, row, col, dateXf(cell.value()), excelSerial(cell.value()));
+        return putNumberCell(cells_, row, col, dateXf(cell.value()), sheetSerial(cell.value()));
     }
 }
 

@@ -47,6 +47,13 @@ int ReportGrid::columnCount() const {
     return records_->columnCount();
 }
 
+QList<int> ReportGrid::displayColumns() const {
+    QList<int> columns;
+    for (int visual = 0; visual < columnCount(); ++visual)
+        columns.append(body_->header()->logicalIndex(visual));
+    return columns;
+}
+
 void ReportGrid::checkColumn(int column) const {
     if (column < 0 || column >= columnCount()) vb::raise(vb::err::SubscriptOutOfRange);
 }

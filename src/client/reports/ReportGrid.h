@@ -32,6 +32,8 @@ public:
 
     // Columns. A column the grid does not have raises 9 (Subscript out of range).
     int columnCount() const;
+    // The columns left to right as the header shows them.
+    QList<int> displayColumns() const;
     QString columnCaption(int column) const;
     // The name of the field the column shows.
     QString dataField(int column) const;

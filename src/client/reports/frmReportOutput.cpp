@@ -3,20 +3,26 @@
 #include "core/AppGlobals.h"
 #include "core/modError.h"
 #include "dvr/DvrMethod.h"
+#include "output/ExportWriters.h"
 #include "reports/ReportGrid.h"
+#include "reports/frmExportFormat.h"
 #include "reports/modQueries.h"
+#include "reports/modSaveAs.h"
 #include "shared/ViewHost.h"
 #include "shared/modShared.h"
 #include "vb/Convert.h"
 #include "vb/DateTime.h"
 #include "vb/Format.h"
 
+#include <QApplication>
 #include <QCloseEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMdiSubWindow>
 #include <QPushButton>
 #include <QStatusBar>
+#include <array>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -25,6 +31,31 @@ namespace {
 QString textOrEmpty(const rs::Recordset& table, QStringView field) {
     const vb::Variant value = table.field(field).value();
     return value.isNull() ? QString() : vb::cstr(value);
+}
+
+// An export the grid writes from what it shows, by frmExportFormat's Selection ("1", "2").
+struct GridExport {
+    modSaveAs::SaveAsFormat saveAs;
+    bool (*write)(const output::ShownReport& report, const QString& path);
+};
+
+const GridExport* gridExportFor(const QString& selection) {
+    static const std::array<GridExport, 2> exports{{
+        {{u"Text File|*.txt"_s, u".txt"_s}, &output::writeDelimitedText},
+        {{u"HTML File|*.htm"_s, u".htm"_s}, &output::writeHtmlTable},
+    }};
+    if (selection == u"1"_s) return &exports[0];
+    if (selection == u"2"_s) return &exports[1];
+    return nullptr;
+}
+
+// The pointer is one setting, as the screen's pointer is: an hourglass left by a failed export
+// is replaced, not stacked, so the next successful export's reset clears it.
+void subShowHourglass() {
+    if (QApplication::overrideCursor())
+        QApplication::changeOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::setOverrideCursor(Qt::WaitCursor);
 }
 
 } // namespace
@@ -63,7 +94,8 @@ frmReportOutput::frmReportOutput(client::ViewHost* host, QWidget* parent)
     panel1_->setObjectName(u"Panel1"_s);
     statusBar_->addWidget(panel1_, 1);
 
-    // Chart, Export and Print take their actions from the chart, export and printing code.
+    // Chart and Print take their actions from the chart and printing code.
+    connect(cmdExport_, &QPushButton::clicked, this, &frmReportOutput::cmdExport_Click);
     connect(cmdAutoSize_, &QPushButton::clicked, this, &frmReportOutput::cmdAutoSize_Click);
     connect(cmdDVRSearch_, &QPushButton::clicked, this, &frmReportOutput::cmdDVRSearch_Click);
     connect(cmdExit_, &QPushButton::clicked, this, &frmReportOutput::cmdExit_Click);
@@ -185,6 +217,27 @@ void frmReportOutput::DataList_GroupColumnDropped(int column) {
 void frmReportOutput::DataList_GroupHeadClick(int column) {
     grid_->setColumnTag(column, grid_->columnTag(column) == u" ASC" ? u" DESC"_s : u" ASC"_s);
     subApplyGroupSort();
+}
+
+// Every failure ends the export silently: a cancelled dialog, a file that cannot be written, a
+// grid that fails. A failure after the hourglass was shown leaves it showing until some later
+// action resets it, as the client has always done.
+void frmReportOutput::cmdExport_Click() {
+    if (!modShared::fncHasRecords(mrsRecordset)) return;
+    const QString selection = frmExportFormat::fncAskFormat();
+    // "3", the spreadsheet, is built from the result set by the spreadsheet export; until that
+    // lands the choice ends here, as every choice did before.
+    const GridExport* gridExport = gridExportFor(selection);
+    if (!gridExport) return;
+    try {
+        const std::optional<QString> path = modSaveAs::fncSaveAs(gridExport->saveAs);
+        if (!path) return;
+        subShowHourglass();
+        const output::ShownReport report{*grid_->groupingModel(), grid_->displayColumns(),
+                                         windowTitle()};
+        if (gridExport->write(report, *path)) QApplication::restoreOverrideCursor();
+    } catch (...) {
+    }
 }
 
 void frmReportOutput::cmdAutoSize_Click() {

@@ -91,6 +91,7 @@ private:
     // Raises 3021 for a row the set does not have (no current row is one).
     double fncTransactionTime(std::size_t row) const;
 
+    void cmdExport_Click();
     void cmdAutoSize_Click();
     void cmdDVRSearch_Click();
     void cmdExit_Click();

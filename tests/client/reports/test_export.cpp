@@ -1,0 +1,247 @@
+#include "output/GroupingModel.h"
+#include "reports/GridBody.h"
+#include "reports/ReportGrid.h"
+#include "reports/frmExportFormat.h"
+#include "reports/frmReportOutput.h"
+#include "reports/modSaveAs.h"
+
+#include "recordset/RecordsetTestData.h"
+#include "support/ExportedFiles.h"
+#include "support/GuiTestSupport.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+using rs::AdoType;
+using rstest::date;
+using rstest::lng;
+using rstest::null;
+
+namespace {
+
+vb::Variant money(double value) {
+    return vb::Variant(vb::Currency::fromDouble(value));
+}
+
+// Sales whose item names carry markup and letters beyond ASCII, with Nulls, out of clerk order.
+std::shared_ptr<rs::Recordset> sales() {
+    return rstest::makeRecordset(
+        {{"Clerk", AdoType::VarWChar, 20},
+         {"Item", AdoType::VarWChar, 40},
+         {"Price", AdoType::Currency},
+         {"Date", AdoType::Date}},
+        {{"Zoë", "Fish & Chips <large>", money(1234.5), date("2003/03/28")},
+         {"Ann", "Crème brûlée", null(), date("2003/03/27")},
+         {"Zoë", "Scone", money(3.25), null()},
+         {"Ann", "Tea", money(2), date("2003/03/26")}});
+}
+
+class ExportTest : public testsupport::GuiTest {
+protected:
+    void SetUp() override {
+        GuiTest::SetUp();
+        previousFormat_ = frmExportFormat::setModalHandler([this](frmExportFormat& dialog) {
+            ++formatDialogs;
+            onFormat(dialog);
+        });
+        previousName_ = modSaveAs::setNameHandler([this](const modSaveAs::SaveAsFormat& format) {
+            filters << format.filter;
+            return names.isEmpty() ? std::nullopt : std::optional<QString>(names.takeFirst());
+        });
+    }
+    void TearDown() override {
+        delete view_;
+        frmExportFormat::setModalHandler(previousFormat_);
+        modSaveAs::setNameHandler(previousName_);
+        while (QApplication::overrideCursor())
+            QApplication::restoreOverrideCursor();
+        GuiTest::TearDown();
+    }
+
+    // The view grouped by clerk, the Ann group folded.
+    void openGroupedAndFolded() {
+        view_ = new frmReportOutput();
+        view_->setReportTitle(u"Sales & Returns"_s);
+        view_->setRecordset(sales());
+        view_->setGroupFirstN(1);
+        view_->show();
+        GridBody& body = *view_->DataList()->body();
+        body.setFocus();
+        body.setCurrentIndex(body.indexAtLine(0));
+        QTest::keyClick(&body, Qt::Key_Left);
+        ASSERT_EQ(body.lineCount(), 4) << "two group lines and the other group's two rows";
+    }
+
+    // The choice made in the format dialog: the option picked, then OK.
+    void choose(int option) {
+        onFormat = [option](frmExportFormat& dialog) {
+            dialog.optFormat(option)->setChecked(true);
+            dialog.findChild<QPushButton*>(u"cmdOK"_s)->click();
+        };
+    }
+    void exportNow() { view_->findChild<QPushButton*>(u"cmdExport"_s)->click(); }
+
+    // What the grid shows, row by row in its order (the set is sorted by the grouping).
+    std::vector<QStringList> shownRows() const {
+        std::vector<QStringList> rows;
+        const ReportGrid& grid = *view_->DataList();
+        for (int row = 0; row < int(view_->Recordset()->recordCount()); ++row) {
+            QStringList cells;
+            for (int column = 0; column < grid.columnCount(); ++column)
+                cells << grid.cellText(row, column);
+            rows.push_back(cells);
+        }
+        return rows;
+    }
+
+    QString path(const QString& name) const { return dir.filePath(name); }
+
+    QTemporaryDir dir;
+    QPointer<frmReportOutput> view_;
+    std::function<void(frmExportFormat&)> onFormat = [](frmExportFormat&) {};
+    int formatDialogs = 0;
+    QStringList names;   // what the user types in Save As, one per showing; then Cancel
+    QStringList filters; // the filter of each Save As shown
+
+private:
+    frmExportFormat::ModalHandler previousFormat_;
+    modSaveAs::NameHandler previousName_;
+};
+
+TEST_F(ExportTest, TheFormatDialogOpensOnTextEveryTimeAndAnswersZeroUnlessOK) {
+    frmExportFormat dialog;
+    EXPECT_EQ(dialog.windowTitle(), u"Export Format"_s);
+    EXPECT_EQ(dialog.optFormat(0)->text(), u"Comma Delimited Text"_s);
+    EXPECT_EQ(dialog.optFormat(1)->text(), u"HTML File"_s);
+    EXPECT_EQ(dialog.optFormat(2)->text(), u"MS Excel Spreadsheet"_s);
+    auto* ok = dialog.findChild<QPushButton*>(u"cmdOK"_s);
+    auto* cancel = dialog.findChild<QPushButton*>(u"cmdCancel"_s);
+    ASSERT_TRUE(ok && cancel);
+    EXPECT_EQ(ok->text(), u"OK"_s);
+    EXPECT_EQ(cancel->text(), u"Cancel"_s);
+
+    for (int option = 0; option < 3; ++option) {
+        dialog.show();
+        EXPECT_TRUE(dialog.optFormat(0)->isChecked()) << "whatever was chosen before";
+        EXPECT_EQ(dialog.Selection(), u"0"_s);
+        dialog.optFormat(option)->setChecked(true);
+        ok->click();
+        EXPECT_EQ(dialog.Selection(), QString::number(option + 1));
+        EXPECT_FALSE(dialog.isVisible());
+    }
+    dialog.show();
+    dialog.optFormat(1)->setChecked(true);
+    cancel->click();
+    EXPECT_EQ(dialog.Selection(), u"0"_s);
+    dialog.show();
+    dialog.optFormat(2)->setChecked(true);
+    dialog.close();
+    EXPECT_EQ(dialog.Selection(), u"0"_s) << "the close box";
+}
+
+TEST_F(ExportTest, TextAndHtmlHoldEveryRowTheGridShowsFoldedOrNot) {
+    openGroupedAndFolded();
+    choose(0);
+    names << path(u"sales"_s);
+    exportNow();
+    EXPECT_EQ(filters, QStringList{u"Text File|*.txt"_s});
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr) << "the hourglass is gone";
+    // Grouped by clerk: Ann's rows first although her group is folded; the default text of each
+    // value, Null as nothing.
+    EXPECT_EQ(testsupport::fileText(path(u"sales.txt"_s)),
+              u"Clerk,Item,Price,Date\r\n"
+              u"Ann,Crème brûlée,,3/27/2003\r\n"
+              u"Ann,Tea,2,3/26/2003\r\n"
+              u"Zoë,Fish & Chips <large>,1234.5,3/28/2003\r\n"
+              u"Zoë,Scone,3.25,\r\n"_s);
+
+    choose(1);
+    names << path(u"sales"_s);
+    exportNow();
+    EXPECT_EQ(filters.last(), u"HTML File|*.htm"_s);
+    const QString html = testsupport::fileText(path(u"sales.htm"_s));
+    EXPECT_TRUE(html.contains(u"<title>Sales &amp; Returns</title>"_s));
+    EXPECT_TRUE(html.contains(u"Fish &amp; Chips &lt;large&gt;"_s));
+    const std::vector<QStringList> shown = shownRows();
+    EXPECT_EQ(testsupport::htmlDataRows(html), shown);
+    EXPECT_EQ(shown[2], (QStringList{u"Zoë"_s, u"Fish & Chips <large>"_s, u"$1,234.50"_s,
+                                     u"Fri, 28 Mar 2003"_s}));
+    EXPECT_TRUE(boxes.isEmpty());
+}
+
+TEST_F(ExportTest, CancellingEitherDialogOrTheSpreadsheetChoiceWritesAndShowsNothing) {
+    openGroupedAndFolded();
+    onFormat = [](frmExportFormat& dialog) {
+        dialog.findChild<QPushButton*>(u"cmdCancel"_s)->click();
+    };
+    exportNow();
+    onFormat = [](frmExportFormat& dialog) { dialog.close(); };
+    exportNow();
+    EXPECT_EQ(formatDialogs, 2);
+    EXPECT_TRUE(filters.isEmpty()) << "no Save As after a cancelled format";
+
+    // The spreadsheet is not written by the grid: the choice ends before any Save As.
+    choose(2);
+    exportNow();
+    EXPECT_TRUE(filters.isEmpty());
+
+    choose(0);
+    exportNow(); // Save As cancelled: no name typed
+    EXPECT_EQ(filters.size(), 1);
+    EXPECT_TRUE(QDir(dir.path()).isEmpty());
+    EXPECT_TRUE(boxes.isEmpty());
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+}
+
+TEST_F(ExportTest, SaveAsAsksBeforeReplacingAndRefusesAMissingFolder) {
+    openGroupedAndFolded();
+    const QString target = path(u"old.htm"_s);
+    {
+        QFile old(target);
+        ASSERT_TRUE(old.open(QIODevice::WriteOnly));
+        old.write("old contents");
+    }
+    choose(1);
+    answer = modShared::vbNo;
+    names << target; // then Cancel
+    exportNow();
+    ASSERT_EQ(boxes.size(), 1);
+    EXPECT_TRUE(boxes[0].startsWith(u"Confirm Save As|"_s + target + u" already exists."_s));
+    EXPECT_EQ(filters.size(), 2) << "a No shows the dialog again";
+    EXPECT_EQ(testsupport::fileText(target), u"old contents"_s);
+
+    answer = modShared::vbYes;
+    names << path(u"nowhere/x"_s) << path(u"old"_s);
+    exportNow();
+    ASSERT_EQ(boxes.size(), 3);
+    EXPECT_TRUE(boxes[1].startsWith(u"Save As|"_s)) << "the folder does not exist";
+    EXPECT_TRUE(testsupport::fileText(target).startsWith(u"<!DOCTYPE html>"_s))
+        << "replaced, not appended";
+    EXPECT_FALSE(testsupport::fileText(target).contains(u"old contents"_s));
+}
+
+TEST_F(ExportTest, AFailedWriteEndsSilentlyAndLeavesTheHourglass) {
+    openGroupedAndFolded();
+    ASSERT_TRUE(QDir(dir.path()).mkdir(u"taken.txt"_s));
+    answer = modShared::vbYes;
+    choose(0);
+    names << path(u"taken.txt"_s) << path(u"taken.txt"_s);
+    exportNow();
+    exportNow();
+    EXPECT_EQ(boxes.size(), 2) << "only the questions before replacing";
+    ASSERT_NE(QApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+
+    // The next export that works takes the hourglass away, however many failures came before.
+    names << path(u"fine"_s);
+    exportNow();
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    EXPECT_TRUE(QFile::exists(path(u"fine.txt"_s)));
+}
+
+} // namespace
