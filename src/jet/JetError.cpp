@@ -29,7 +29,7 @@ QString errorMessage(int number, const QString& subject, const QString& table) {
     case err::NotUpdatable:
         return QStringLiteral("Operation must use an updatable query.");
     case err::CannotDeleteFrom:
-        return QStringLiteral("Could not delete from specified tables.");
+        return QStringLiteral("Could not delete from the tables named.");
     case err::FileNotFound:
         return QStringLiteral("Could not find file '%1'.").arg(subject);
     case err::NoInstallableIsam:
