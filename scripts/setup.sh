@@ -13,6 +13,8 @@ packages=(
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth python3-xlrd poppler-utils
   desktop-file-utils
+  # a second, independent reader of the .xls export (headless conversion to CSV)
+  libreoffice-calc-nogui
 )
 
 missing=()

@@ -14,6 +14,9 @@
 namespace core {
 class Session;
 }
+namespace output {
+class XlsWriter;
+}
 
 class clsExcel : public QObject {
     Q_OBJECT
@@ -43,8 +46,13 @@ signals:
     void OnPercentChange(int& PercentDone);
 
 private:
-    class Private;
-    std::unique_ptr<Private> d_;
+    void subShowMessage(const QString& text) const;
+    // Streams the set's rows into the sheet from the first row on; true when every row went in.
+    // A failure is logged and ends the copy, and the rows copied so far stay in the sheet.
+    bool subCopyRecords(rs::Recordset& records, output::XlsWriter& sheet);
+    void subReportPercent(int row, int rows, int& lastReported);
+
+    core::Session& session_;
     bool completed_ = false;
     bool busy_ = false;
 };
