@@ -40,4 +40,18 @@ inline jet::SqliteDatabase& site(int count) {
     return *db;
 }
 
+// The list search's rows written by hand in SQLite SQL over the site's own storage (dates as day
+// serials): what the engine's translation is measured against.
+inline QString handListSql(double from, double to) {
+    return QStringLiteral(
+               "SELECT CAST(t.fldTransTime AS INTEGER), t.fldTransTime - CAST(t.fldTransTime "
+               "AS INTEGER), t.fldtransregnum, t.fldTransQty, t.fldTransDesc, t.fldTransPrice, "
+               "a.fldActionCode, c.fldActorCode, c.fldActorlName || ', ' || c.fldActorfName "
+               "FROM tblActors c JOIN tblTrans t ON c.idfActorID = t.fkyActorID JOIN lkpActions "
+               "a ON a.idfActionID = t.fkyActionID WHERE t.fldTransTime BETWEEN %1 AND %2 "
+               "ORDER BY t.fldTransTime, t.idftransid")
+        .arg(from)
+        .arg(to);
+}
+
 } // namespace benchsite

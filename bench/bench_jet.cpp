@@ -47,26 +47,14 @@ const QString kCrosstab =
     "BY tblactors.fldactorlname & \", \" & tblactors.fldactorfname & \" - \" & "
     "tblactors.fldActorCode PIVOT lkpactions.fldActionCode"_s;
 
-double linear(int y, int m, int d) {
-    return vb::dateSerial(y, m, d);
-}
-
 const QString kHandList =
-    QStringLiteral(
-        "SELECT CAST(t.fldTransTime AS INTEGER), t.fldTransTime - CAST(t.fldTransTime "
-        "AS INTEGER), t.fldtransregnum, t.fldTransQty, t.fldTransDesc, t.fldTransPrice, "
-        "a.fldActionCode, c.fldActorCode, c.fldActorlName || ', ' || c.fldActorfName "
-        "FROM tblActors c JOIN tblTrans t ON c.idfActorID = t.fkyActorID JOIN lkpActions "
-        "a ON a.idfActionID = t.fkyActionID WHERE t.fldTransTime BETWEEN %1 AND %2 "
-        "ORDER BY t.fldTransTime, t.idftransid")
-        .arg(linear(2003, 6, 10))
-        .arg(linear(2003, 6, 11));
+    benchsite::handListSql(vb::dateSerial(2003, 6, 10), vb::dateSerial(2003, 6, 11));
 
 // The hand-written crosstab: its pivot values, then one conditional count each.
 QString handCrosstab(sqlite3* db) {
     const QString where = QStringLiteral("t.fldTransTime BETWEEN %1 AND %2")
-                              .arg(linear(2003, 5, 11))
-                              .arg(linear(2003, 6, 10));
+                              .arg(vb::dateSerial(2003, 5, 11))
+                              .arg(vb::dateSerial(2003, 6, 10));
     const QString from = u"FROM tblActors c JOIN tblTrans t ON c.idfActorID = t.fkyActorID JOIN "
                          "lkpActions a ON a.idfActionID = t.fkyActionID WHERE "_s +
                          where;

@@ -37,6 +37,14 @@ QString momentText(double serial) {
 
 } // namespace
 
+const QStringList& fncRangeCaptions() {
+    static const QStringList captions = {
+        u"Current Day"_s,      u"Previous Day"_s,    u"Previous 24 Hours"_s, u"Current Week"_s,
+        u"Previous Week"_s,    u"Previous 7 Days"_s, u"Current Month"_s,     u"Previous Month"_s,
+        u"Previous 30 Days"_s, u"Custom"_s};
+    return captions;
+}
+
 std::optional<DateRange> fncPresetRange(int index, double now) {
     switch (index) {
     case 0: // Current Day

@@ -4,6 +4,7 @@
 // given present moment, and the range text report titles carry. Moments are date serials.
 
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 namespace modDateRanges {
@@ -15,6 +16,9 @@ struct DateRange {
     double start = 0;
     double end = 0;
 };
+
+// The options' captions as the Power Search view lists them: the presets 0 to 8, then Custom.
+const QStringList& fncRangeCaptions();
 
 // The range of preset option `index` (0 Current Day ... 8 Previous 30 Days) at `now`; Custom and
 // unknown options have none.

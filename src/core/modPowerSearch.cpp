@@ -71,6 +71,13 @@ void addPriceCondition(const SearchCriteria& criteria, QString& where, QString& 
 
 } // namespace
 
+const QStringList& fncModifierCaptions() {
+    static const QStringList captions = {u"Any Price"_s, u"(>) Price greater than "_s,
+                                         u"(<) Price less than < "_s, u"(=) Price equal to "_s,
+                                         u"(<>)Price not equal to "_s};
+    return captions;
+}
+
 QString fncSelectClause(const SearchCriteria& criteria) {
     switch (typeOf(criteria)) {
     case core::List:

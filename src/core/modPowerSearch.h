@@ -7,8 +7,13 @@
 #include "core/SearchCriteria.h"
 
 #include <QString>
+#include <QStringList>
 
 namespace modPowerSearch {
+
+// The price modifier list's entries. Position in the list is what a saved search stores and what
+// picks the query's operator.
+const QStringList& fncModifierCaptions();
 
 QString fncSelectClause(const core::SearchCriteria& criteria);
 QString fncFromClause();

@@ -17,7 +17,7 @@ prefix="$work/prefix"
 "$cmake" --install "$build" --prefix "$prefix" >/dev/null
 chmod 755 "$work"
 
-for program in tillsight tillsight-site tillsight-viewer; do
+for program in tillsight tillsight-site tillsight-viewer tillsight-report; do
   [ -x "$prefix/bin/$program" ] || fail "$program is not installed in $prefix/bin"
 done
 entry="$prefix/share/applications/tillsight.desktop"

@@ -5,6 +5,8 @@
 #include "queries/frmPowerSearch.h"
 
 #include "core/Session.h"
+#include "core/modDateRanges.h"
+#include "core/modPowerSearch.h"
 #include "output/RecordsetModel.h"
 #include "queries/DateField.h"
 #include "shared/ViewHost.h"
@@ -40,18 +42,8 @@ namespace {
 constexpr QSize kViewSize(762, 480);
 const QString kUnsavedSearch = u"Saved PowerSearches..."_s;
 
-// Position in the list is what a saved search stores and what picks the query's operator.
-const QStringList kModifierTexts = {u"Any Price"_s, u"(>) Price greater than "_s,
-                                    u"(<) Price less than < "_s, u"(=) Price equal to "_s,
-                                    u"(<>)Price not equal to "_s};
-
 const QStringList kSearchTypeCaptions = {u"List Matching Transactions"_s, u"Summary by Clerk"_s,
                                          u"Summary by Register"_s};
-
-const QStringList kRangeCaptions = {u"Current Day"_s,   u"Previous Day"_s,   u"Previous 24 Hours"_s,
-                                    u"Current Week"_s,  u"Previous Week"_s,  u"Previous 7 Days"_s,
-                                    u"Current Month"_s, u"Previous Month"_s, u"Previous 30 Days"_s,
-                                    u"Custom"_s};
 
 // A combo whose lookup list is set up afresh each time it drops down.
 class LookupCombo : public QComboBox {
@@ -156,7 +148,7 @@ void frmPowerSearch::subBuildInterval() {
     auto* grid = new QGridLayout(elaInterval);
     const int perColumn = static_cast<int>(optDateTimeRange.size() + 1) / 2;
     for (int i = 0; i < static_cast<int>(optDateTimeRange.size()); ++i) {
-        optDateTimeRange[i] = new QRadioButton(kRangeCaptions[i], elaInterval);
+        optDateTimeRange[i] = new QRadioButton(modDateRanges::fncRangeCaptions()[i], elaInterval);
         optDateTimeRange[i]->setObjectName(u"optDateTimeRange"_s);
         optDateTimeRange[i]->setProperty("index", i);
         grid->addWidget(optDateTimeRange[i], i % perColumn, i / perColumn * 2, 1, 2);
@@ -352,7 +344,7 @@ void frmPowerSearch::subInitForm() {
     subBindLookup(cboRegister, session.grsReg2Cam);
     subHideRegisterDetails();
     cboModifier->clear();
-    cboModifier->addItems(kModifierTexts);
+    cboModifier->addItems(modPowerSearch::fncModifierCaptions());
     fdtDailySummary->setDateOnly(true);
     fdtDailySummary->setValue(vb::dateAdd(vb::Interval::Day, -1, fncNow()));
     subLoadSavedSearches();

@@ -4,6 +4,7 @@
 #include "core/modError.h"
 #include "dvr/DvrMethod.h"
 #include "output/ExportWriters.h"
+#include "output/OpenedReport.h"
 #include "reports/ReportGrid.h"
 #include "reports/frmExportFormat.h"
 #include "reports/modQueries.h"
@@ -161,7 +162,7 @@ void frmReportOutput::showEvent(QShowEvent* event) {
 void frmReportOutput::formLoad() {
     const vb::Variant now = vb::Variant::date(vb::now());
     mstrGenerated = vb::format(now, u"Short Date"_s) + u' ' + vb::format(now, u"HH:nn:ss"_s);
-    setWindowTitle(mstrReportTitle.isEmpty() ? u"Tillsight Report"_s : mstrReportTitle);
+    setWindowTitle(output::fncReportCaption(mstrReportTitle));
     grid_->setRecordset(mrsRecordset);
     modQueries::subFormatColumns(*grid_, mrsRecordset);
     if (mrsRecordset) subShowRecordCount();
@@ -201,12 +202,10 @@ void frmReportOutput::subApplyGroupFirstN() {
 }
 
 void frmReportOutput::subApplyGroupSort() {
-    QString sortText;
-    for (int column : grid_->groupColumns()) {
-        if (!sortText.isEmpty()) sortText += u", "_s;
-        sortText += u'[' + grid_->dataField(column) + u']' + grid_->columnTag(column);
-    }
-    grid_->sortRecordset(sortText);
+    QList<std::pair<QString, QString>> groups;
+    for (int column : grid_->groupColumns())
+        groups.append({grid_->dataField(column), grid_->columnTag(column)});
+    grid_->sortRecordset(output::groupSortText(groups));
 }
 
 void frmReportOutput::DataList_GroupColumnDropped(int column) {

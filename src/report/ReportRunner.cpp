@@ -1,0 +1,219 @@
+#include "report/ReportRunner.h"
+
+#include "core/Session.h"
+#include "core/modDateRanges.h"
+#include "core/modError.h"
+#include "core/modFixedReports.h"
+#include "core/modPowerSearch.h"
+#include "core/modSavedSearches.h"
+#include "output/OpenedReport.h"
+#include "output/clsExcel.h"
+#include "sitelink/SiteLink.h"
+#include "vb/Convert.h"
+#include "vb/VbError.h"
+
+#include <QFile>
+#include <QTemporaryFile>
+#include <filesystem>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace report {
+
+namespace {
+
+// The Power Search view's first choice when it opens: the previous day.
+constexpr int kDefaultPreset = 1;
+
+std::optional<QString> readPassword(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) return std::nullopt;
+    QString line = QString::fromUtf8(file.readLine());
+    while (line.endsWith(u'\n') || line.endsWith(u'\r'))
+        line.chop(1);
+    return line;
+}
+
+} // namespace
+
+ReportRunner::ReportRunner(core::Session& session, double now) : session_(session), now_(now) {}
+
+void ReportRunner::tell(const QString& message) {
+    if (session_.messages()) session_.messages()->showMessage(message, u"tillsight-report"_s);
+}
+
+ExitStatus ReportRunner::run(const RunnerOptions& options) {
+    if (!options.passwordFile.isEmpty()) {
+        const auto password = readPassword(options.passwordFile);
+        if (!password) {
+            tell(u"cannot read the password file \"%1\""_s.arg(options.passwordFile));
+            return kBadArguments;
+        }
+        session_.TillsightLink().setPassword(*password);
+    }
+    if (!connect(options)) return kFailed;
+    const auto result = fetch(options);
+    const bool written = result && write(*result, options);
+    session_.TillsightLink().Disconnect();
+    return written ? kSucceeded : kFailed;
+}
+
+bool ReportRunner::connect(const RunnerOptions& options) {
+    if (session_.fncConnect(options.site, options.port)) return true;
+    // The link has told why.
+    tell(u"cannot connect to the site \"%1\""_s.arg(options.site));
+    return false;
+}
+
+std::optional<ReportResult> ReportRunner::fetch(const RunnerOptions& options) {
+    auto result = std::visit(
+        [&](const auto& report) -> std::optional<ReportResult> {
+            using Kind = std::decay_t<decltype(report)>;
+            if constexpr (std::is_same_v<Kind, FixedReport>)
+                return fetchFixed(report, options);
+            else if constexpr (std::is_same_v<Kind, SavedSearch>)
+                return fetchSaved(report, options);
+            else
+                return fetchQuery(report);
+        },
+        options.report);
+    if (!result) return std::nullopt;
+    if (!result->records) {
+        tell(u"the site gave no result (its log and the messages above say why)"_s);
+        return std::nullopt;
+    }
+    if (options.title) result->title = *options.title;
+    return result;
+}
+
+void ReportRunner::applyInterval(const RunnerOptions& options,
+                                 core::SearchCriteria& criteria) const {
+    if (options.from) {
+        criteria.interval = modDateRanges::kCustomRange;
+        criteria.start = *options.from;
+        criteria.end = *options.to;
+    } else if (options.preset) {
+        const auto range = modDateRanges::fncPresetRange(*options.preset, now_);
+        criteria.interval = std::int16_t(*options.preset);
+        criteria.start = range->start;
+        criteria.end = range->end;
+    }
+}
+
+// As the Fixed Reports tab runs a report: the heading from the list, the run, the list unfiltered
+// again; a failure is logged under the tab's name.
+std::optional<ReportResult> ReportRunner::fetchFixed(const FixedReport& report,
+                                                     const RunnerOptions& options) {
+    try {
+        session_.subLoadFixedReports();
+        QString listTitle;
+        for (const auto& listed : modFixedReports::fncListedReports(session_))
+            if (listed.id == report.id) listTitle = listed.title;
+        if (listTitle.isEmpty()) {
+            tell(u"the site lists no Fixed Report %1"_s.arg(report.id));
+            return std::nullopt;
+        }
+        core::SearchCriteria criteria;
+        criteria.interval = kDefaultPreset;
+        const auto range = modDateRanges::fncPresetRange(kDefaultPreset, now_);
+        criteria.start = range->start;
+        criteria.end = range->end;
+        applyInterval(options, criteria);
+
+        const auto heading = modFixedReports::fncReportHeading(
+            session_, report.id, listTitle, report.critical,
+            modDateRanges::fncDateRangeText(criteria.start, criteria.end));
+        QString unused;
+        const QString criterion = modPowerSearch::fncTimeCriteria(criteria, unused);
+        ReportResult result{modFixedReports::fncRunFixedReport(session_, report.id, criterion,
+                                                               report.critical,
+                                                               session_.SessionIndex()),
+                            heading.title, heading.groupFirstN};
+        session_.fixedReports().setFilter(QString());
+        return result;
+    } catch (const vb::VbError& error) {
+        modError::subLogError(session_, error, u"frmPowerSearch"_s, u"subRunFixedReport"_s);
+        tell(error.description());
+        return std::nullopt;
+    }
+}
+
+// As the view restores a saved search and runs it: the stored criteria, the stored interval
+// worked out now unless the options give one, the saved title with the range.
+std::optional<ReportResult> ReportRunner::fetchSaved(const SavedSearch& search,
+                                                     const RunnerOptions& options) {
+    try {
+        const auto searches = modSavedSearches::fncLoadSavedSearches(session_);
+        if (!searches) return std::nullopt;
+        std::optional<std::int32_t> id;
+        QString storedTitle;
+        for (std::size_t row = 0; row < searches->recordCount(); ++row) {
+            const QString title =
+                vb::cstr(searches->valueAt(row, searches->field(u"fldReportTitle").index()));
+            if (title.compare(search.title, Qt::CaseInsensitive) != 0) continue;
+            id = vb::clng(searches->valueAt(row, searches->field(u"idfReports2ID").index()));
+            storedTitle = title;
+        }
+        if (!id) {
+            tell(u"the site has no saved search \"%1\""_s.arg(search.title));
+            return std::nullopt;
+        }
+        core::SearchCriteria criteria = modSavedSearches::fncRestoreSearch(
+            *searches, *id, now_, int(modPowerSearch::fncModifierCaptions().size()));
+        applyInterval(options, criteria);
+        const modPowerSearch::SearchText text = modPowerSearch::fncSearchText(criteria);
+        return ReportResult{session_.TillsightLink().OpenRecordset(text.query),
+                            modPowerSearch::fncSavedSearchTitle(storedTitle, criteria), 0};
+    } catch (const vb::VbError& error) {
+        modError::subLogError(session_, error, u"frmPowerSearch"_s, u"subRunPowerSearch"_s);
+        tell(error.description());
+        return std::nullopt;
+    }
+}
+
+std::optional<ReportResult> ReportRunner::fetchQuery(const QueryText& query) {
+    try {
+        return ReportResult{session_.TillsightLink().OpenRecordset(query.text), QString(), 0};
+    } catch (const vb::VbError& error) {
+        modError::subLogError(session_, error, u"frmPowerSearch"_s, u"subRunPowerSearch"_s);
+        tell(error.description());
+        return std::nullopt;
+    }
+}
+
+// An empty result still gives a text or HTML file (its header): a nightly report of a quiet day
+// is news too. The spreadsheet export refuses an empty set with its own message.
+bool ReportRunner::write(const ReportResult& result, const RunnerOptions& options) {
+    if (options.output == OutputKind::Xls) return writeXls(result, options.out);
+    const output::OpenedReport opened(result.records, result.groupFirstN, result.title);
+    const bool written = options.output == OutputKind::Text
+                             ? output::writeDelimitedText(opened.shown(), options.out)
+                             : output::writeHtmlTable(opened.shown(), options.out);
+    if (!written) tell(u"cannot write \"%1\""_s.arg(options.out));
+    return written;
+}
+
+// The spreadsheet follows the set's order after the view's grouping sort, as the client's export
+// of an unchanged view does. It is made under a name of its own beside the target and moved over
+// it only when whole: a refused set leaves the target as it was, a partial sheet leaves nothing.
+bool ReportRunner::writeXls(const ReportResult& result, const QString& path) {
+    const output::OpenedReport sorted(result.records, result.groupFirstN, result.title);
+    std::shared_ptr<rs::Recordset> records = result.records;
+    records->moveFirst();
+    QTemporaryFile partial(path + u".XXXXXX"_s);
+    if (!partial.open()) {
+        tell(u"cannot write \"%1\""_s.arg(path));
+        return false;
+    }
+    partial.close();
+    clsExcel objXL(session_);
+    objXL.subCreateExcel(records, partial.fileName());
+    if (!objXL.completed()) return false;
+    std::error_code error;
+    std::filesystem::rename(partial.fileName().toStdString(), path.toStdString(), error);
+    if (error)
+        tell(u"cannot write \"%1\": %2"_s.arg(path, QString::fromStdString(error.message())));
+    return !error;
+}
+
+} // namespace report
