@@ -1,6 +1,7 @@
 #include "output/OpenedReport.h"
 
 #include "output/ColumnFormat.h"
+#include "vb/Format.h"
 
 #include <QStringList>
 #include <algorithm>
@@ -18,6 +19,11 @@ QString groupSortText(const QList<std::pair<QString, QString>>& fieldsAndTags) {
 
 QString fncReportCaption(const QString& title) {
     return title.isEmpty() ? u"Tillsight Report"_s : title;
+}
+
+QString fncGeneratedText(double moment) {
+    const vb::Variant when = vb::Variant::date(moment);
+    return vb::format(when, u"Short Date"_s) + u' ' + vb::format(when, u"HH:nn:ss"_s);
 }
 
 OpenedReport::OpenedReport(std::shared_ptr<rs::Recordset> records, int groupFirstN, QString title)

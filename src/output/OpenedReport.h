@@ -23,6 +23,9 @@ QString groupSortText(const QList<std::pair<QString, QString>>& fieldsAndTags);
 // The caption of a report's view and pages: its title, or the product's name when it has none.
 QString fncReportCaption(const QString& title);
 
+// When a view opened, as its pages' footers show it: the short date, a blank, "HH:nn:ss".
+QString fncGeneratedText(double moment);
+
 class OpenedReport {
 public:
     // Sorts `records` by its first `groupFirstN` fields, ascending.

@@ -7,12 +7,15 @@
 #include "core/modPowerSearch.h"
 #include "core/modSavedSearches.h"
 #include "output/OpenedReport.h"
+#include "output/ReportPages.h"
 #include "output/clsExcel.h"
 #include "sitelink/SiteLink.h"
 #include "vb/Convert.h"
 #include "vb/VbError.h"
 
 #include <QFile>
+#include <QGuiApplication>
+#include <QPdfWriter>
 #include <QTemporaryFile>
 #include <filesystem>
 
@@ -24,6 +27,8 @@ namespace {
 
 // The Power Search view's first choice when it opens: the previous day.
 constexpr int kDefaultPreset = 1;
+// A nested line's indentation on paper, in points, near the grid's on screen.
+constexpr double kIndentation = 14;
 
 std::optional<QString> readPassword(const QString& path) {
     QFile file(path);
@@ -181,10 +186,18 @@ std::optional<ReportResult> ReportRunner::fetchQuery(const QueryText& query) {
     }
 }
 
-// An empty result still gives a text or HTML file (its header): a nightly report of a quiet day
-// is news too. The spreadsheet export refuses an empty set with its own message.
+// An empty result still gives a file (its header): a nightly report of a quiet day is news too.
+// The spreadsheet export alone refuses an empty set, with its own message.
 bool ReportRunner::write(const ReportResult& result, const RunnerOptions& options) {
-    if (options.output == OutputKind::Xls) return writeXls(result, options.out);
+    switch (options.output) {
+    case OutputKind::Xls:
+        return writeXls(result, options.out);
+    case OutputKind::Pdf:
+        return writePdf(result, options.out);
+    case OutputKind::Text:
+    case OutputKind::Html:
+        break;
+    }
     const output::OpenedReport opened(result.records, result.groupFirstN, result.title);
     const bool written = options.output == OutputKind::Text
                              ? output::writeDelimitedText(opened.shown(), options.out)
@@ -193,27 +206,65 @@ bool ReportRunner::write(const ReportResult& result, const RunnerOptions& option
     return written;
 }
 
-// The spreadsheet follows the set's order after the view's grouping sort, as the client's export
-// of an unchanged view does. It is made under a name of its own beside the target and moved over
-// it only when whole: a refused set leaves the target as it was, a partial sheet leaves nothing.
-bool ReportRunner::writeXls(const ReportResult& result, const QString& path) {
-    const output::OpenedReport sorted(result.records, result.groupFirstN, result.title);
-    std::shared_ptr<rs::Recordset> records = result.records;
-    records->moveFirst();
+bool ReportRunner::writeWhole(const QString& path,
+                              const std::function<bool(const QString& partial)>& make) {
     QTemporaryFile partial(path + u".XXXXXX"_s);
     if (!partial.open()) {
-        tell(u"cannot write \"%1\""_s.arg(path));
+        tell(u"cannot write \"%1\": %2"_s.arg(path, partial.errorString()));
         return false;
     }
     partial.close();
-    clsExcel objXL(session_);
-    objXL.subCreateExcel(records, partial.fileName());
-    if (!objXL.completed()) return false;
+    if (!make(partial.fileName())) return false;
     std::error_code error;
-    std::filesystem::rename(partial.fileName().toStdString(), path.toStdString(), error);
+    std::filesystem::rename(QFile::encodeName(partial.fileName()).toStdString(),
+                            QFile::encodeName(path).toStdString(), error);
     if (error)
         tell(u"cannot write \"%1\": %2"_s.arg(path, QString::fromStdString(error.message())));
     return !error;
+}
+
+// The spreadsheet follows the set's order after the view's grouping sort, as the client's export
+// of an unchanged view does.
+bool ReportRunner::writeXls(const ReportResult& result, const QString& path) {
+    const output::OpenedReport sorted(result.records, result.groupFirstN, result.title);
+    return writeWhole(path, [&](const QString& partial) {
+        std::shared_ptr<rs::Recordset> records = result.records;
+        records->moveFirst();
+        clsExcel objXL(session_);
+        objXL.subCreateExcel(records, partial);
+        return objXL.completed();
+    });
+}
+
+// The pages the report view prints when it has just opened: columns fitted, every group open,
+// the title on top and this run's time in the footer.
+bool ReportRunner::writePdf(const ReportResult& result, const QString& path) {
+    const output::OpenedReport opened(result.records, result.groupFirstN, result.title);
+    const output::ShownReport shown = opened.shown();
+    RowLayout lines;
+    lines.rebuild(&opened.rows(), [](const QModelIndex&) { return true; });
+    return writeWhole(path, [&](const QString& partial) {
+        QPdfWriter writer(partial);
+        writer.setPageLayout(output::fncDefaultPageLayout());
+        writer.setTitle(shown.title);
+        writer.setCreator(u"tillsight-report"_s);
+        const QFont font = QGuiApplication::font();
+        QFont headerFont = font;
+        headerFont.setPointSize(12);
+        const output::PrintedReport printed{
+            opened.rows(),
+            lines,
+            shown.columns,
+            output::fncFittedWidths(opened.rows(), shown.columns, font, kIndentation, writer),
+            output::fncPageHeader(shown.title),
+            output::fncPageFooter(output::fncGeneratedText(now_)),
+            font,
+            headerFont,
+            kIndentation};
+        const bool printed_ = output::ReportPages(printed, writer).print(writer);
+        if (!printed_) tell(u"cannot write \"%1\""_s.arg(path));
+        return printed_;
+    });
 }
 
 } // namespace report

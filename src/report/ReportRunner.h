@@ -9,6 +9,7 @@
 
 #include <QString>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -48,6 +49,10 @@ private:
     void applyInterval(const RunnerOptions& options, core::SearchCriteria& criteria) const;
     bool write(const ReportResult& result, const RunnerOptions& options);
     bool writeXls(const ReportResult& result, const QString& path);
+    bool writePdf(const ReportResult& result, const QString& path);
+    // Has `make` write a file of its own beside `path`, and moves it over `path` only when whole:
+    // a refused report leaves the target as it was, a partial one leaves nothing.
+    bool writeWhole(const QString& path, const std::function<bool(const QString& partial)>& make);
     void tell(const QString& message);
 
     core::Session& session_;

@@ -132,7 +132,9 @@ OutputKind outputKind(const QString& path) {
     if (suffix == u"txt") return OutputKind::Text;
     if (suffix == u"htm" || suffix == u"html") return OutputKind::Html;
     if (suffix == u"xls") return OutputKind::Xls;
-    refuse(u"--out \"%1\": the extension picks the file's kind: .txt, .htm or .xls"_s.arg(path));
+    if (suffix == u"pdf") return OutputKind::Pdf;
+    refuse(
+        u"--out \"%1\": the extension picks the file's kind: .txt, .htm, .xls or .pdf"_s.arg(path));
 }
 
 RunnerOptions readOptions(const Reader& reader) {
@@ -201,7 +203,8 @@ Runs a report on a site with no window and writes it to FILE, as the report's vi
                         "Previous 7 Days", "Current Month", "Previous Month", "Previous 30 Days"
                         (a Fixed Report without an interval covers the previous day)
   --title TEXT          the report's title instead of its own
-  --out FILE            .txt (comma-delimited text), .htm (HTML table) or .xls (spreadsheet)
+  --out FILE            .txt (comma-delimited text), .htm (HTML table), .xls (spreadsheet) or
+                        .pdf (the printed pages)
   --help                this text
 
 Exit status: 0 when the file was written, 1 when the report failed (nothing is left at FILE;

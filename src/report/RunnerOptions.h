@@ -11,7 +11,7 @@
 
 namespace report {
 
-enum class OutputKind { Text, Html, Xls };
+enum class OutputKind { Text, Html, Xls, Pdf };
 
 struct FixedReport {
     std::int32_t id = 0;

@@ -6,7 +6,7 @@
 // million rows weighs more than the result set itself); it finds each line through RowLayout.
 // The current row moves with the keyboard and the mouse, one row at a time selected whole.
 
-#include "reports/RowLayout.h"
+#include "output/RowLayout.h"
 
 #include <QAbstractItemView>
 #include <QSet>

@@ -160,8 +160,7 @@ void frmReportOutput::showEvent(QShowEvent* event) {
 
 // Nothing here is caught: a set or grid that fails while the view opens ends the program.
 void frmReportOutput::formLoad() {
-    const vb::Variant now = vb::Variant::date(vb::now());
-    mstrGenerated = vb::format(now, u"Short Date"_s) + u' ' + vb::format(now, u"HH:nn:ss"_s);
+    mstrGenerated = output::fncGeneratedText(vb::now());
     setWindowTitle(output::fncReportCaption(mstrReportTitle));
     grid_->setRecordset(mrsRecordset);
     modQueries::subFormatColumns(*grid_, mrsRecordset);

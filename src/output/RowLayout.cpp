@@ -1,4 +1,4 @@
-#include "reports/RowLayout.h"
+#include "output/RowLayout.h"
 
 #include <QAbstractItemModel>
 #include <algorithm>
