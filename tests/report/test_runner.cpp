@@ -19,6 +19,7 @@
 #include "support/DemoSite.h"
 #include "support/ExportedFiles.h"
 #include "support/GuiTestSupport.h"
+#include "support/PdfText.h"
 
 #include <QFile>
 #include <QProcess>
@@ -116,7 +117,7 @@ TEST_F(Runner, RefusesBadArgumentsBeforeConnecting) {
         {u"--site"_s, u"x"_s, u"--out"_s, u"a.txt"_s}, // no report
         {u"--site"_s, u"x"_s, u"--fixed"_s, u"1"_s, u"--query"_s, u"q"_s, u"--out"_s, u"a.txt"_s},
         {u"--site"_s, u"x"_s, u"--fixed"_s, u"one"_s, u"--out"_s, u"a.txt"_s},
-        {u"--site"_s, u"x"_s, u"--fixed"_s, u"1"_s, u"--out"_s, u"a.pdf"_s}, // not yet a kind
+        {u"--site"_s, u"x"_s, u"--fixed"_s, u"1"_s, u"--out"_s, u"a.csv"_s},
         {u"--site"_s, u"x"_s, u"--fixed"_s, u"1"_s, u"--out"_s, u"a.txt"_s, u"--from"_s,
          u"2003-03-01"_s}, // --to missing
         {u"--site"_s, u"x"_s, u"--fixed"_s, u"1"_s, u"--out"_s, u"a.txt"_s, u"--from"_s,
@@ -141,7 +142,7 @@ TEST_F(Runner, RefusesBadArgumentsBeforeConnecting) {
     const Outcome refused =
         run({u"--site"_s, site_, u"--fixed"_s, u"1"_s, u"--out"_s, path(u"a.doc"_s)});
     EXPECT_EQ(refused.exitCode, 2);
-    EXPECT_TRUE(refused.err.contains(u".txt, .htm or .xls"_s)) << refused.err.toStdString();
+    EXPECT_TRUE(refused.err.contains(u".txt, .htm, .xls or .pdf"_s)) << refused.err.toStdString();
     EXPECT_FALSE(QFile::exists(path(u"a.doc"_s)));
 
     const Outcome help = run({u"--help"_s});
@@ -192,6 +193,21 @@ TEST_F(Runner, AFixedReportsFilesAreTheViewsExports) {
               viewExport(records->clone(), heading.title, heading.groupFirstN, false));
     EXPECT_EQ(testsupport::fileText(path(u"r1.htm"_s)),
               viewExport(records->clone(), heading.title, heading.groupFirstN, true));
+
+    // On paper: the title on top of every page, the first group's line before its rows.
+    const Outcome pdf = runOnSite(common + QStringList{u"--out"_s, path(u"r1.pdf"_s)});
+    ASSERT_EQ(pdf.exitCode, 0) << pdf.err.toStdString();
+    const QStringList pages = testsupport::pdfLayoutPages(path(u"r1.pdf"_s));
+    ASSERT_FALSE(pages.isEmpty());
+    for (const QString& page : pages) {
+        EXPECT_TRUE(page.simplified().startsWith(heading.title)) << page.left(200).toStdString();
+        EXPECT_TRUE(page.contains(u"Generated "_s));
+    }
+    const QStringList firstRow =
+        viewExport(records->clone(), heading.title, heading.groupFirstN, false)
+            .split(u"\r\n"_s)[1]
+            .split(u","_s);
+    EXPECT_LT(pages[0].indexOf(u"Clerk: "_s + firstRow[0]), pages[0].indexOf(firstRow[1]));
 }
 
 // Stored criteria, a title typed in another case, and an interval of its own that overrides the
