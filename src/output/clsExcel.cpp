@@ -5,6 +5,7 @@
 #include "output/XlsWriter.h"
 #include "vb/VbError.h"
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 

@@ -5,11 +5,13 @@
 #include "dvr/DvrMethod.h"
 #include "output/ExportWriters.h"
 #include "output/OpenedReport.h"
+#include "output/clsExcel.h"
 #include "reports/ReportGrid.h"
 #include "reports/frmExportFormat.h"
 #include "reports/modQueries.h"
 #include "reports/modSaveAs.h"
 #include "shared/ViewHost.h"
+#include "shared/frmProgressBar.h"
 #include "shared/modShared.h"
 #include "vb/Convert.h"
 #include "vb/DateTime.h"
@@ -20,10 +22,14 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMdiSubWindow>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QStatusBar>
+#include <algorithm>
 #include <array>
 #include <optional>
+#include <utility>
+#include <vector>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -34,21 +40,43 @@ QString textOrEmpty(const rs::Recordset& table, QStringView field) {
     return value.isNull() ? QString() : vb::cstr(value);
 }
 
-// An export the grid writes from what it shows, by frmExportFormat's Selection ("1", "2").
-struct GridExport {
+// The formats of frmExportFormat's Selection: the Save As settings of each, and for the two the
+// grid writes from what it shows, its writer. The spreadsheet is built from the result set.
+struct ExportFormat {
+    QStringView selection;
     modSaveAs::SaveAsFormat saveAs;
-    bool (*write)(const output::ShownReport& report, const QString& path);
+    bool (*gridWrite)(const output::ShownReport& report, const QString& path);
 };
 
-const GridExport* gridExportFor(const QString& selection) {
-    static const std::array<GridExport, 2> exports{{
-        {{u"Text File|*.txt"_s, u".txt"_s}, &output::writeDelimitedText},
-        {{u"HTML File|*.htm"_s, u".htm"_s}, &output::writeHtmlTable},
+const ExportFormat* exportFormatFor(const QString& selection) {
+    static const std::array<ExportFormat, 3> formats{{
+        {u"1", {u"Text File|*.txt"_s, u".txt"_s}, &output::writeDelimitedText},
+        {u"2", {u"HTML File|*.htm"_s, u".htm"_s}, &output::writeHtmlTable},
+        {u"3", {u"Excel Spreadsheet|*.xls"_s, u".xls"_s}, nullptr},
     }};
-    if (selection == u"1"_s) return &exports[0];
-    if (selection == u"2"_s) return &exports[1];
-    return nullptr;
+    const auto found = std::find_if(formats.begin(), formats.end(), [&](const ExportFormat& f) {
+        return f.selection == selection;
+    });
+    return found == formats.end() ? nullptr : &*found;
 }
+
+// Disabled for as long as it lives.
+class DisabledScope {
+public:
+    explicit DisabledScope(std::initializer_list<QWidget*> widgets) : widgets_(widgets) {
+        for (QWidget* widget : widgets_)
+            widget->setEnabled(false);
+    }
+    ~DisabledScope() {
+        for (QWidget* widget : widgets_)
+            widget->setEnabled(true);
+    }
+    DisabledScope(const DisabledScope&) = delete;
+    DisabledScope& operator=(const DisabledScope&) = delete;
+
+private:
+    std::vector<QWidget*> widgets_;
+};
 
 // The pointer is one setting, as the screen's pointer is: an hourglass left by a failed export
 // is replaced, not stacked, so the next successful export's reset clears it.
@@ -218,24 +246,62 @@ void frmReportOutput::DataList_GroupHeadClick(int column) {
 }
 
 // Every failure ends the export silently: a cancelled dialog, a file that cannot be written, a
-// grid that fails. A failure after the hourglass was shown leaves it showing until some later
-// action resets it, as the client has always done.
+// grid that fails. The spreadsheet export reports its own failures.
 void frmReportOutput::cmdExport_Click() {
     if (!modShared::fncHasRecords(mrsRecordset)) return;
-    const QString selection = frmExportFormat::fncAskFormat();
-    // "3", the spreadsheet, is built from the result set by the spreadsheet export; until that
-    // lands the choice ends here, as every choice did before.
-    const GridExport* gridExport = gridExportFor(selection);
-    if (!gridExport) return;
+    const ExportFormat* format = exportFormatFor(frmExportFormat::fncAskFormat());
+    if (!format || (!format->gridWrite && !host_)) return;
     try {
-        const std::optional<QString> path = modSaveAs::fncSaveAs(gridExport->saveAs);
+        const std::optional<QString> path = modSaveAs::fncSaveAs(format->saveAs);
         if (!path) return;
-        subShowHourglass();
-        const output::ShownReport report{*grid_->groupingModel(), grid_->displayColumns(),
-                                         windowTitle()};
-        if (gridExport->write(report, *path)) QApplication::restoreOverrideCursor();
+        if (format->gridWrite)
+            subWriteGridExport(format->gridWrite, *path);
+        else
+            subExportSpreadsheet(*path);
     } catch (...) {
     }
+}
+
+// A failure after the hourglass was shown leaves it showing until some later action resets it,
+// as the client has always done.
+void frmReportOutput::subWriteGridExport(bool (*write)(const output::ShownReport&, const QString&),
+                                         const QString& path) {
+    subShowHourglass();
+    const output::ShownReport report{*grid_->groupingModel(), grid_->displayColumns(),
+                                     windowTitle()};
+    if (write(report, path)) QApplication::restoreOverrideCursor();
+}
+
+// The progress events let the user's events run, so until the file is written the buttons and
+// the grid are disabled (a re-sort would reorder the rows being copied) and a close waits.
+void frmReportOutput::subExportSpreadsheet(const QString& path) {
+    objXL = std::make_unique<clsExcel>(host_->session(), this);
+    connect(objXL.get(), &clsExcel::OnPercentChange, this, &frmReportOutput::objXL_OnPercentChange);
+    {
+        const DisabledScope exporting{eframe_, grid_};
+        objXL->subCreateExcel(mrsRecordset, path);
+    }
+    objXL.reset();
+    if (std::exchange(mblnUnloadAfterExport, false)) subUnload();
+}
+
+void frmReportOutput::objXL_OnPercentChange(int& PercentDone) {
+    if (PercentDone == 0) {
+        delete progress_;
+        return;
+    }
+    if (!progress_) progress_ = new frmProgressBar(this);
+    if (PercentDone < 100) {
+        progress_->setPercent(PercentDone);
+        progress_->show();
+        QCoreApplication::processEvents();
+        return;
+    }
+    progress_->ProgressBar()->setValue(100);
+    progress_->setCaption(
+        u"Finalizing spreadsheet. Please be patient, this can take a very long time."_s);
+    // No events run during the save, so the text is painted now.
+    progress_->repaint();
 }
 
 void frmReportOutput::cmdAutoSize_Click() {
@@ -314,6 +380,10 @@ void frmReportOutput::subCloseDVRLink() {
 }
 
 void frmReportOutput::cmdExit_Click() {
+    subUnload();
+}
+
+void frmReportOutput::subUnload() {
     // Inside the main window the frame closes, and with it the view.
     if (auto* frame = qobject_cast<QMdiSubWindow*>(parentWidget()))
         frame->close();
@@ -322,6 +392,11 @@ void frmReportOutput::cmdExit_Click() {
 }
 
 void frmReportOutput::closeEvent(QCloseEvent* event) {
+    if (objXL && objXL->busy()) {
+        mblnUnloadAfterExport = true;
+        event->ignore();
+        return;
+    }
     mrsRecordset.reset();
     grid_->setRecordset(nullptr);
     mrsReg2Cam.reset();

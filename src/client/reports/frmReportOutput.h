@@ -7,6 +7,7 @@
 
 #include "recordset/Recordset.h"
 
+#include <QPointer>
 #include <QString>
 #include <QWidget>
 #include <cstdint>
@@ -17,6 +18,8 @@ class QLabel;
 class QPushButton;
 class QStatusBar;
 class ReportGrid;
+class clsExcel;
+class frmProgressBar;
 
 namespace client {
 class ViewHost;
@@ -25,12 +28,16 @@ namespace dvr {
 class DvrMethod;
 struct CameraAssignment;
 } // namespace dvr
+namespace output {
+struct ShownReport;
+}
 
 class frmReportOutput : public QWidget {
     Q_OBJECT
 public:
-    // The host is where the view logs its failures and finds the video viewer; a view without one
-    // logs nothing and reaches the viewer where it listens by default.
+    // The host is where the view logs its failures, finds the video viewer and the session a
+    // spreadsheet export works through; a view without one logs nothing, reaches the viewer where
+    // it listens by default and exports no spreadsheet.
     explicit frmReportOutput(client::ViewHost* host = nullptr, QWidget* parent = nullptr);
     ~frmReportOutput() override;
 
@@ -92,9 +99,14 @@ private:
     double fncTransactionTime(std::size_t row) const;
 
     void cmdExport_Click();
+    void subWriteGridExport(bool (*write)(const output::ShownReport&, const QString&),
+                            const QString& path);
+    void subExportSpreadsheet(const QString& path);
+    void objXL_OnPercentChange(int& PercentDone);
     void cmdAutoSize_Click();
     void cmdDVRSearch_Click();
     void cmdExit_Click();
+    void subUnload();
     void DataList_GroupColumnDropped(int column);
     void DataList_GroupHeadClick(int column);
 
@@ -109,6 +121,11 @@ private:
     std::int16_t mintDVRMethod = 0;
     bool mblnEqualWidths = false;
     std::unique_ptr<dvr::DvrMethod> objDVR;
+    // The running spreadsheet export and its progress view; a close asked for meanwhile waits
+    // for the file.
+    std::unique_ptr<clsExcel> objXL;
+    QPointer<frmProgressBar> progress_;
+    bool mblnUnloadAfterExport = false;
 
     client::ViewHost* host_;
 

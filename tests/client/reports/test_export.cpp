@@ -1,20 +1,29 @@
+#include "core/Session.h"
+#include "dvr/DvrMethod.h"
 #include "output/GroupingModel.h"
+#include "output/clsExcel.h"
 #include "reports/GridBody.h"
 #include "reports/ReportGrid.h"
 #include "reports/frmExportFormat.h"
 #include "reports/frmReportOutput.h"
 #include "reports/modSaveAs.h"
+#include "shared/GuiFeedback.h"
+#include "shared/ViewHost.h"
+#include "shared/frmProgressBar.h"
 
 #include "recordset/RecordsetTestData.h"
 #include "support/ExportedFiles.h"
 #include "support/GuiTestSupport.h"
+#include "support/XlsReadBack.h"
 
 #include <QApplication>
 #include <QFile>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 using namespace Qt::Literals::StringLiterals;
 using rs::AdoType;
@@ -41,6 +50,21 @@ std::shared_ptr<rs::Recordset> sales() {
          {"Ann", "Tea", money(2), date("2003/03/26")}});
 }
 
+// The session a spreadsheet export works through, its feedback on screen; nothing else of a host
+// is asked for here.
+class SessionHost : public client::ViewHost {
+public:
+    core::Session& session() override { return session_; }
+    void subSetStatusPanel(const QString&, const QString&) override {}
+    void subShowReport(const client::ReportRequest&) override {}
+    void subConnected() override {}
+    dvr::Endpoints dvrEndpoints() const override { return {}; }
+
+private:
+    client::GuiFeedback feedback_;
+    core::Session session_{&feedback_, &feedback_};
+};
+
 class ExportTest : public testsupport::GuiTest {
 protected:
     void SetUp() override {
@@ -63,9 +87,9 @@ protected:
         GuiTest::TearDown();
     }
 
-    // The view grouped by clerk, the Ann group folded.
-    void openGroupedAndFolded() {
-        view_ = new frmReportOutput();
+    // The view grouped by clerk, the Ann group folded; with a host, it can export a spreadsheet.
+    void openGroupedAndFolded(client::ViewHost* host = nullptr) {
+        view_ = new frmReportOutput(host);
         view_->setReportTitle(u"Sales & Returns"_s);
         view_->setRecordset(sales());
         view_->setGroupFirstN(1);
@@ -101,7 +125,20 @@ protected:
 
     QString path(const QString& name) const { return dir.filePath(name); }
 
+    // Runs `watch` after the view has handled each progress event of the spreadsheet export, from
+    // the first time the export lets events run.
+    void watchProgress(std::function<void(int percent)> watch) {
+        QTimer::singleShot(0, view_, [this, watch] {
+            auto* excel = view_->findChild<clsExcel*>();
+            ASSERT_TRUE(excel) << "events run while the export is under way";
+            watch(-1);
+            QObject::connect(excel, &clsExcel::OnPercentChange, [watch](int& p) { watch(p); });
+        });
+    }
+    frmProgressBar* progressView() const { return view_->findChild<frmProgressBar*>(); }
+
     QTemporaryDir dir;
+    SessionHost host;
     QPointer<frmReportOutput> view_;
     std::function<void(frmExportFormat&)> onFormat = [](frmExportFormat&) {};
     int formatDialogs = 0;
@@ -174,7 +211,7 @@ TEST_F(ExportTest, TextAndHtmlHoldEveryRowTheGridShowsFoldedOrNot) {
     EXPECT_TRUE(boxes.isEmpty());
 }
 
-TEST_F(ExportTest, CancellingEitherDialogOrTheSpreadsheetChoiceWritesAndShowsNothing) {
+TEST_F(ExportTest, CancellingEitherDialogOrASpreadsheetWithoutAHostWritesAndShowsNothing) {
     openGroupedAndFolded();
     onFormat = [](frmExportFormat& dialog) {
         dialog.findChild<QPushButton*>(u"cmdCancel"_s)->click();
@@ -185,7 +222,7 @@ TEST_F(ExportTest, CancellingEitherDialogOrTheSpreadsheetChoiceWritesAndShowsNot
     EXPECT_EQ(formatDialogs, 2);
     EXPECT_TRUE(filters.isEmpty()) << "no Save As after a cancelled format";
 
-    // The spreadsheet is not written by the grid: the choice ends before any Save As.
+    // A view without a host has no session to export a spreadsheet through.
     choose(2);
     exportNow();
     EXPECT_TRUE(filters.isEmpty());
@@ -242,6 +279,76 @@ TEST_F(ExportTest, AFailedWriteEndsSilentlyAndLeavesTheHourglass) {
     exportNow();
     EXPECT_EQ(QApplication::overrideCursor(), nullptr);
     EXPECT_TRUE(QFile::exists(path(u"fine.txt"_s)));
+}
+
+// The spreadsheet is built from the set: field names, the grouping's sort order, Nulls as empty
+// text, whatever the grid shows or folds.
+TEST_F(ExportTest, TheSpreadsheetHoldsTheSetInItsSortOrderUnderItsFieldNames) {
+    openGroupedAndFolded(&host);
+    choose(2);
+    names << path(u"sales"_s);
+    exportNow();
+    EXPECT_EQ(filters, QStringList{u"Excel Spreadsheet|*.xls"_s});
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr) << "the hourglass is gone";
+    EXPECT_TRUE(boxes.isEmpty());
+    EXPECT_EQ(progressView(), nullptr);
+    EXPECT_TRUE(view_->DataList()->isEnabled());
+
+    const testsupport::ReadBack sheet = testsupport::readBack(path(u"sales.xls"_s));
+    ASSERT_EQ(sheet.rows, 5);
+    ASSERT_EQ(sheet.columns, 4);
+    QList<QStringList> texts;
+    for (int r = 0; r < sheet.rows; ++r) {
+        QStringList row;
+        for (int c = 0; c < sheet.columns; ++c) {
+            const QJsonValue value = sheet.at(r, c)[3];
+            row << (value.isArray()
+                        ? QString::fromUtf8(
+                              QJsonDocument(value.toArray()).toJson(QJsonDocument::Compact))
+                        : value.toVariant().toString());
+        }
+        texts << row;
+    }
+    EXPECT_EQ(texts[0], (QStringList{u"Clerk"_s, u"Item"_s, u"Price"_s, u"Date"_s}));
+    EXPECT_EQ(texts[1], (QStringList{u"Ann"_s, u"Crème brûlée"_s, u""_s, u"[2003,3,27,0,0,0]"_s}));
+    EXPECT_EQ(texts[2][1], u"Tea"_s);
+    EXPECT_EQ(texts[3][2], u"1234.5"_s);
+    EXPECT_EQ(texts[4], (QStringList{u"Zoë"_s, u"Scone"_s, u"3.25"_s, u""_s}));
+}
+
+TEST_F(ExportTest, TheProgressViewFollowsTheExportAndACloseWaitsForTheFile) {
+    openGroupedAndFolded(&host);
+    choose(2);
+    const QString target = path(u"sales.xls"_s);
+    names << target;
+    QStringList seen; // percent: bar value, caption, visible
+    watchProgress([&](int percent) {
+        frmProgressBar* progress = progressView();
+        seen << QString::number(percent) + u": "_s +
+                    (progress ? u"%1, %2, %3"_s.arg(progress->ProgressBar()->value())
+                                    .arg(progress->ProgressBar()->text())
+                                    .arg(progress->isVisible())
+                              : u"none"_s);
+        if (percent != -1) return;
+        EXPECT_FALSE(view_->close()) << "the file is being written";
+        EXPECT_FALSE(view_->DataList()->isEnabled()) << "no re-sort under the export";
+        EXPECT_FALSE(view_->findChild<QPushButton*>(u"cmdExport"_s)->isEnabled());
+        EXPECT_FALSE(QFile::exists(target));
+    });
+    exportNow();
+    EXPECT_EQ(seen, (QStringList{
+                        u"-1: 25, 25 %, 1"_s,
+                        u"50: 50, 50 %, 1"_s,
+                        u"75: 75, 75 %, 1"_s,
+                        u"100: 100, Finalizing spreadsheet. Please be patient, this can take a "
+                        u"very long time., 1"_s,
+                        u"0: none"_s,
+                    }));
+    EXPECT_EQ(testsupport::readBack(target).rows, 5) << "the whole file, then the view closed";
+    ASSERT_TRUE(view_);
+    EXPECT_FALSE(view_->isVisible());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(view_);
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "MainWindowTest.h"
 
 #include "app/frmAbout.h"
-#include "app/frmProgressBar.h"
 #include "shared/frmKestrelMessage.h"
+#include "shared/frmProgressBar.h"
 #include "shared/modShared.h"
 
 #include <QComboBox>

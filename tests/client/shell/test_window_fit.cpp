@@ -4,7 +4,6 @@
 
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
-#include "app/frmProgressBar.h"
 #include "core/AppGlobals.h"
 #include "link/frmSites.h"
 #include "link/modMain.h"
@@ -14,6 +13,7 @@
 #include "reports/frmReportOutput.h"
 #include "settings/SettingsPath.h"
 #include "shared/frmKestrelMessage.h"
+#include "shared/frmProgressBar.h"
 #include "shared/modShared.h"
 
 #include "support/DemoSite.h"

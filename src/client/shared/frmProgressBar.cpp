@@ -1,4 +1,4 @@
-#include "app/frmProgressBar.h"
+#include "shared/frmProgressBar.h"
 
 #include "core/AppGlobals.h"
 #include "shared/modShared.h"
@@ -30,5 +30,9 @@ frmProgressBar::frmProgressBar(QWidget* parent) : QDialog(parent), bar_(new QPro
 
 void frmProgressBar::setPercent(int percent) {
     bar_->setValue(percent);
-    bar_->setFormat(QString::number(percent) + u" %"_s);
+    setCaption(QString::number(percent) + u" %"_s);
+}
+
+void frmProgressBar::setCaption(const QString& caption) {
+    bar_->setFormat(caption);
 }
