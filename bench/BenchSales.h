@@ -69,7 +69,7 @@ inline bool wants(Columns which, bool numeric) {
     return which == Columns::All || (which == Columns::Numeric) == numeric;
 }
 
-inline std::shared_ptr<rs::Recordset> buildSales(Columns which) {
+inline std::shared_ptr<rs::Recordset> buildSales(Columns which, std::size_t rows = kRows) {
     rs::RecordsetBuilder builder;
     const std::array<std::pair<const char*, rs::AdoType>, 7> numeric{{
         {"TransTime", rs::AdoType::DBTimeStamp},
@@ -89,11 +89,11 @@ inline std::shared_ptr<rs::Recordset> buildSales(Columns which) {
         builder.addField("Item", rs::AdoType::VarWChar, 40);
         builder.addField("Action", rs::AdoType::VarWChar, 20);
     }
-    builder.reserve(kRows);
+    builder.reserve(rows);
     SplitMix rng(20030323);
     const double start = vb::joinSerial(vb::dayNumberFromCivil(2023, 1, 1), 0);
     std::vector<vb::Variant> row;
-    for (std::size_t i = 0; i < kRows; ++i) {
+    for (std::size_t i = 0; i < rows; ++i) {
         row.clear();
         if (wants(which, true)) {
             const auto qty = static_cast<std::int16_t>(1 + rng.below(5));

@@ -1,3 +1,4 @@
+#include "BenchMemory.h"
 #include "core/Session.h"
 #include "output/XlsWriter.h"
 #include "output/clsExcel.h"
@@ -96,22 +97,6 @@ std::shared_ptr<rs::Recordset> fullSet() {
     return builder.finish();
 }
 
-// The process's resident set, now and at its peak, in KiB, as /proc/self/status tells them.
-long statusKb(const char* key) {
-    QFile status(u"/proc/self/status"_s);
-    if (!status.open(QIODevice::ReadOnly)) return -1;
-    for (const QByteArray& line : status.readAll().split('\n'))
-        if (line.startsWith(key))
-            return line.mid(qsizetype(qstrlen(key))).trimmed().split(' ')[0].toLong();
-    return -1;
-}
-
-// Makes the peak the current resident set again (Linux 4.0 on), so the next peak is the export's.
-bool resetPeak() {
-    QFile refs(u"/proc/self/clear_refs"_s);
-    return refs.open(QIODevice::WriteOnly) && refs.write("5") == 1;
-}
-
 // What the set and one export of it cost in resident memory, in MiB. Measured once, on the first
 // export of the process: a later one reuses the heap an earlier one left behind. Run the benchmark
 // alone (--benchmark_filter=ClsExcel) for the same reason.
@@ -130,12 +115,13 @@ void exportOnce(std::shared_ptr<rs::Recordset>& records, const QString& path,
 
 ExportMemory firstExportMemory(const QString& path, benchmark::State& state) {
     constexpr double kMiB = 1024.0;
-    const long before = statusKb("VmRSS:");
+    const long before = benchmemory::statusKb("VmRSS:");
     auto records = fullSet();
-    const long withSet = statusKb("VmRSS:");
-    if (!resetPeak()) state.SkipWithError("cannot reset the peak resident set");
+    const long withSet = benchmemory::statusKb("VmRSS:");
+    if (!benchmemory::resetPeak()) state.SkipWithError("cannot reset the peak resident set");
     exportOnce(records, path, state);
-    return {double(withSet - before) / kMiB, double(statusKb("VmHWM:") - withSet) / kMiB};
+    return {double(withSet - before) / kMiB,
+            double(benchmemory::statusKb("VmHWM:") - withSet) / kMiB};
 }
 
 // clsExcel over a result set of the largest sheet.

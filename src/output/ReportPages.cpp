@@ -98,6 +98,7 @@ ReportPages::ReportPages(const PrintedReport& report, QPagedPaintDevice& device)
     chooseScale(paper_.width());
     planBands(paper_.width());
     bodyFont_ = scaled(report.font, scale_);
+    bodyMetrics_ = QFontMetricsF(bodyFont_, &device);
     boldFont_ = bodyFont_;
     boldFont_.setBold(true);
     lineHeight_ = QFontMetricsF(bodyFont_, &device).height() + dots(2 * kCellPadding * scale_);
@@ -144,19 +145,58 @@ bool ReportPages::print(QPagedPaintDevice& device) const {
     return painter.end();
 }
 
+// Fills first, then every text in one pen, then every rule in another: a page of a thousand cells
+// changes the painter's state a few times instead of thousands.
 void ReportPages::paintPage(QPainter& painter, int page) const {
     painter.save();
     painter.setClipRect(paper_);
     const Band& band = bands_[page / pagesPerBand_];
-    paintHeaderAndFooter(painter, page);
-    double top = headerBlock_;
-    paintColumnHeader(painter, band, top);
-    top += lineHeight_;
     const int first = (page % pagesPerBand_) * linesPerPage_;
     const int last = std::min(report_.lines.lineCount(), first + linesPerPage_);
-    for (int line = first; line < last; ++line, top += lineHeight_)
-        paintLine(painter, band, line, top);
+    const double width = band.edges.last();
+    const auto topOf = [&](int line) { return headerBlock_ + (line - first + 1) * lineHeight_; };
+
+    painter.fillRect(QRectF(0, headerBlock_, width, lineHeight_), kHeaderFill);
+    for (int line = first; line < last; ++line)
+        if (report_.rows.isGroupRow(report_.lines.indexAt(line)))
+            painter.fillRect(QRectF(0, topOf(line), width, lineHeight_), kGroupFill);
+
+    painter.setPen(Qt::black);
+    paintHeaderAndFooter(painter, page);
+    paintColumnHeader(painter, band, headerBlock_);
+    for (int line = first; line < last; ++line)
+        paintLine(painter, band, line, topOf(line));
+
+    painter.setPen(QPen(kRuleColour, 0));
+    painter.drawLines(rules(band, first, last));
     painter.restore();
+}
+
+// Under the header and every line, and between the cells of each run of data lines; a group
+// line spans the band undivided, as in the grid.
+QList<QLineF> ReportPages::rules(const Band& band, int first, int last) const {
+    const double width = band.edges.last();
+    QList<QLineF> out;
+    double top = headerBlock_;
+    double runTop = top;
+    const auto closeRun = [&](double bottom) {
+        if (bottom > runTop)
+            for (const double x : band.edges)
+                out.append(QLineF(x, runTop, x, bottom));
+    };
+    out.append(QLineF(0, top, width, top));
+    top += lineHeight_;
+    for (int line = first; line <= last; ++line) {
+        out.append(QLineF(0, top, width, top));
+        if (line == last) break;
+        if (report_.rows.isGroupRow(report_.lines.indexAt(line))) {
+            closeRun(top);
+            runTop = top + lineHeight_;
+        }
+        top += lineHeight_;
+    }
+    closeRun(top);
+    return out;
 }
 
 void ReportPages::paintHeaderAndFooter(QPainter& painter, int page) const {
@@ -166,7 +206,6 @@ void ReportPages::paintHeaderAndFooter(QPainter& painter, int page) const {
         painter.drawText(area, Qt::AlignRight | Qt::AlignVCenter, parts.right);
     };
     const int number = report_.firstPageNumber + page;
-    painter.setPen(Qt::black);
     painter.setFont(report_.headerFont);
     paintParts(fncSplitMarkedText(report_.header, number),
                QRectF(0, 0, paper_.width(), headerBlock_ / 2));
@@ -175,58 +214,65 @@ void ReportPages::paintHeaderAndFooter(QPainter& painter, int page) const {
                QRectF(0, paper_.height() - footerBlock_ / 2, paper_.width(), footerBlock_ / 2));
 }
 
+// One line of text within `room` from `left`, at `baseline`, elided when it does not fit. Drawn
+// at a point rather than laid out in a box: on a PDF page the layout costs more than the text.
+void ReportPages::drawFitted(QPainter& painter, const QFontMetricsF& metrics, QString text,
+                             double left, double room, double baseline, Qt::Alignment align) const {
+    const bool surelyFits = text.size() * metrics.maxWidth() <= room;
+    if (surelyFits && (align & Qt::AlignLeft)) {
+        painter.drawText(QPointF(left, baseline), text);
+        return;
+    }
+    double width = metrics.horizontalAdvance(text);
+    if (width > room) {
+        text = metrics.elidedText(text, Qt::ElideRight, room);
+        width = metrics.horizontalAdvance(text);
+    }
+    if (align & Qt::AlignRight)
+        left += room - width;
+    else if (align & Qt::AlignHCenter)
+        left += (room - width) / 2;
+    painter.drawText(QPointF(left, baseline), text);
+}
+
+double ReportPages::baselineOf(const QFontMetricsF& metrics, double top) const {
+    return top + (lineHeight_ - metrics.height()) / 2 + metrics.ascent();
+}
+
 void ReportPages::paintColumnHeader(QPainter& painter, const Band& band, double top) const {
-    const double width = band.edges.last();
-    painter.fillRect(QRectF(0, top, width, lineHeight_), kHeaderFill);
     painter.setFont(boldFont_);
     const QFontMetricsF metrics(boldFont_, &device_);
     const double pad = dots(kCellPadding * scale_);
     for (int i = 0; i < band.count; ++i) {
         const int column = report_.columns[band.first + i];
-        const double left = band.edges[i];
-        const double cell = band.edges[i + 1] - left;
-        const QString caption = report_.rows.headerData(column, Qt::Horizontal).toString();
-        painter.setPen(Qt::black);
-        painter.drawText(QRectF(left + pad, top, cell - 2 * pad, lineHeight_),
-                         Qt::AlignLeft | Qt::AlignVCenter,
-                         metrics.elidedText(caption, Qt::ElideRight, cell - 2 * pad));
-        painter.setPen(QPen(kRuleColour, 0));
-        painter.drawRect(QRectF(left, top, cell, lineHeight_));
+        drawFitted(painter, metrics, report_.rows.headerData(column, Qt::Horizontal).toString(),
+                   band.edges[i] + pad, band.edges[i + 1] - band.edges[i] - 2 * pad,
+                   baselineOf(metrics, top), Qt::AlignLeft);
     }
 }
 
 void ReportPages::paintLine(QPainter& painter, const Band& band, int line, double top) const {
     const QModelIndex index = report_.lines.indexAt(line);
     const double indent = dots(report_.indentation * scale_) * report_.lines.depthOf(index);
-    const double width = band.edges.last();
     const double pad = dots(kCellPadding * scale_);
     if (report_.rows.isGroupRow(index)) {
-        painter.fillRect(QRectF(0, top, width, lineHeight_), kGroupFill);
         painter.setFont(boldFont_);
-        painter.setPen(Qt::black);
-        painter.drawText(QRectF(indent + pad, top, width - indent - 2 * pad, lineHeight_),
-                         Qt::AlignLeft | Qt::AlignVCenter, index.data().toString());
-        painter.setPen(QPen(kRuleColour, 0));
-        painter.drawLine(QPointF(0, top + lineHeight_), QPointF(width, top + lineHeight_));
+        const QFontMetricsF metrics(boldFont_, &device_);
+        drawFitted(painter, metrics, index.data().toString(), indent + pad,
+                   band.edges.last() - indent - 2 * pad, baselineOf(metrics, top), Qt::AlignLeft);
         return;
     }
     painter.setFont(bodyFont_);
-    const QFontMetricsF metrics(bodyFont_, &device_);
+    const QFontMetricsF& metrics = bodyMetrics_;
+    const double baseline = baselineOf(metrics, top);
     for (int i = 0; i < band.count; ++i) {
         const QModelIndex cell = index.siblingAtColumn(report_.columns[band.first + i]);
         const double left = band.edges[i] + (cell.column() == 0 ? indent : 0);
-        const double right = band.edges[i + 1];
-        const double room = std::max(0.0, right - left - 2 * pad);
+        const double room = std::max(0.0, band.edges[i + 1] - left - 2 * pad);
         const auto align = Qt::Alignment(cell.data(Qt::TextAlignmentRole).toInt());
-        painter.setPen(Qt::black);
-        painter.drawText(QRectF(left + pad, top, room, lineHeight_),
-                         (align & Qt::AlignHorizontal_Mask) | Qt::AlignVCenter,
-                         metrics.elidedText(cell.data().toString(), Qt::ElideRight, room));
-        painter.setPen(QPen(kRuleColour, 0));
-        painter.drawLine(QPointF(right, top), QPointF(right, top + lineHeight_));
+        drawFitted(painter, metrics, cell.data().toString(), left + pad, room, baseline,
+                   align & Qt::AlignHorizontal_Mask);
     }
-    painter.drawLine(QPointF(0, top), QPointF(0, top + lineHeight_));
-    painter.drawLine(QPointF(0, top + lineHeight_), QPointF(width, top + lineHeight_));
 }
 
 } // namespace output

@@ -12,6 +12,8 @@
 #include "output/RowLayout.h"
 
 #include <QFont>
+#include <QFontMetricsF>
+#include <QLineF>
 #include <QList>
 #include <QPageLayout>
 #include <QRectF>
@@ -92,6 +94,10 @@ private:
     void chooseScale(double available);
     void planBands(double available);
     void paintHeaderAndFooter(QPainter& painter, int page) const;
+    QList<QLineF> rules(const Band& band, int first, int last) const;
+    void drawFitted(QPainter& painter, const QFontMetricsF& metrics, QString text, double left,
+                    double room, double baseline, Qt::Alignment align) const;
+    double baselineOf(const QFontMetricsF& metrics, double top) const;
     void paintColumnHeader(QPainter& painter, const Band& band, double top) const;
     void paintLine(QPainter& painter, const Band& band, int line, double top) const;
 
@@ -101,6 +107,7 @@ private:
     QRectF paper_; // the printable area, in device dots
     double scale_ = 1;
     QFont bodyFont_;
+    QFontMetricsF bodyMetrics_{QFont()};
     QFont boldFont_;
     double lineHeight_ = 0;
     double headerBlock_ = 0; // the page header and the gap below it
