@@ -24,6 +24,10 @@ public:
     GridHeader* header() const { return header_; }
 
     int lineCount() const { return layout_.lineCount(); }
+    // The lines as shown: groups folded or open as the user left them.
+    const RowLayout& rowLayout() const { return layout_; }
+    // How far each level of nesting moves a line's first cell right, in pixels.
+    int indentation() const { return indentation_; }
     // Column 0 of the group or row on a line.
     QModelIndex indexAtLine(int line) const { return layout_.indexAt(line); }
     int lineOf(const QModelIndex& index) const { return layout_.lineOf(index); }
