@@ -3,7 +3,7 @@
 #include "reports/ReportGrid.h"
 #include "reports/frmExportFormat.h"
 #include "reports/frmReportOutput.h"
-#include "reports/modSaveAs.h"
+#include "shared/modSaveAs.h"
 
 #include "recordset/RecordsetTestData.h"
 #include "support/ExportedFiles.h"
