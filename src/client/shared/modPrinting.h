@@ -45,8 +45,8 @@ std::unique_ptr<QPrinter> fncPageSetup(QWidget* parent);
 void subPrint(QPrinter& printer, const PaintPages& paint, bool preview, const QString& caption,
               QWidget* parent);
 
-// Seams for tests. Each returns the previous one; an empty handler (none) restores the dialog
-// (the look-up).
+// Seams for tests. Each returns the previous handler (override); an empty handler restores the
+// dialog, and none restores the look-up of installed printers.
 //
 // The page setup dialog: true for OK. It may change the printer's page layout as the user would.
 using PageSetupHandler = std::function<bool(QPrinter& printer)>;
