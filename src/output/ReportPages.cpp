@@ -61,8 +61,8 @@ QString fncPageFooter(const QString& generated) {
     return u"\\t\\p\\tGenerated "_s + generated;
 }
 
-QPageLayout fncDefaultPageLayout() {
-    const bool inches = QLocale::system().measurementSystem() == QLocale::ImperialUSSystem;
+QPageLayout fncDefaultPageLayout(const QLocale& locale) {
+    const bool inches = locale.measurementSystem() == QLocale::ImperialUSSystem;
     return QPageLayout(QPageSize(inches ? QPageSize::Letter : QPageSize::A4), QPageLayout::Portrait,
                        QMarginsF(36, 36, 36, 36), QPageLayout::Point);
 }
@@ -258,8 +258,9 @@ void ReportPages::paintLine(QPainter& painter, const Band& band, int line, doubl
     if (report_.rows.isGroupRow(index)) {
         painter.setFont(boldFont_);
         const QFontMetricsF metrics(boldFont_, &device_);
+        // As on screen, a group's line may run past the last column: it is cut at the margin.
         drawFitted(painter, metrics, index.data().toString(), indent + pad,
-                   band.edges.last() - indent - 2 * pad, baselineOf(metrics, top), Qt::AlignLeft);
+                   paper_.width() - indent - 2 * pad, baselineOf(metrics, top), Qt::AlignLeft);
         return;
     }
     painter.setFont(bodyFont_);

@@ -15,6 +15,7 @@
 #include <QFontMetricsF>
 #include <QLineF>
 #include <QList>
+#include <QLocale>
 #include <QPageLayout>
 #include <QRectF>
 #include <QString>
@@ -59,7 +60,7 @@ QString fncPageFooter(const QString& generated);
 
 // The paper a report prints on until the user picks another: the locale's (Letter where paper is
 // measured in inches, else A4), upright, with half-inch margins.
-QPageLayout fncDefaultPageLayout();
+QPageLayout fncDefaultPageLayout(const QLocale& locale = QLocale::system());
 
 // Widths in points that show each column's caption and widest text in `font` on `device`, as a
 // view that opens fitted shows them; the first column also makes room for the deepest nesting.

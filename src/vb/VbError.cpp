@@ -28,6 +28,8 @@ QString errorMessage(int number) {
         return QStringLiteral("Invalid use of Null");
     case err::InvalidPropertyValue:
         return QStringLiteral("Invalid property value");
+    case err::PrinterError:
+        return QStringLiteral("Printer error");
     default:
         return QStringLiteral("Application-defined or object-defined error");
     }

@@ -32,6 +32,7 @@ constexpr int PathFileAccessError = 75;
 constexpr int ObjectNotSet = 91;
 constexpr int InvalidUseOfNull = 94;
 constexpr int InvalidPropertyValue = 380;
+constexpr int PrinterError = 482;
 } // namespace err
 
 // The language's standard message for an error number ("Overflow" for 6, ...).

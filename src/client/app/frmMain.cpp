@@ -1,6 +1,7 @@
 #include "app/frmMain.h"
 
 #include "app/frmAbout.h"
+#include "app/frmPrintOption.h"
 #include "core/AppGlobals.h"
 #include "core/Session.h"
 #include "core/modError.h"
@@ -124,7 +125,10 @@ void frmMain::buildMenus() {
         frmDVR dialog(this);
         dialog.exec();
     });
-    addItem(options, u"mnuPrinting"_s, u"Printing"_s);
+    connect(addItem(options, u"mnuPrinting"_s, u"Printing"_s), &QAction::triggered, this, [this] {
+        frmPrintOption dialog(this);
+        dialog.exec();
+    });
     connect(addItem(options, u"mnuViewRemoteLog"_s, u"View Remote Log"_s), &QAction::triggered,
             this, [this] {
                 if (gConnected) subShowRemoteLog();

@@ -1,9 +1,7 @@
 #include "reports/frmDVR.h"
 
 #include "core/AppGlobals.h"
-#include "settings/modIni.h"
 #include "shared/modShared.h"
-#include "vb/VbError.h"
 
 #include <QRadioButton>
 #include <QVBoxLayout>
@@ -40,15 +38,8 @@ QRadioButton* frmDVR::optMethod(int index) const {
     }
 }
 
-// The new method holds for this run even when the file cannot take it. Then the user is told as
-// the run-time tells of an error, and the program goes on: nothing else is lost by it.
 void frmDVR::done(int result) {
     gDVRMethod = optStandard_->isChecked() ? 0 : 1;
-    try {
-        settings::subWriteIniString(u"DVR"_s, u"Method"_s, QString::number(gDVRMethod),
-                                    settings::fncIniFile());
-    } catch (const vb::VbError& error) {
-        modShared::subShowRunTimeError(error.number(), error.description());
-    }
+    modShared::subSaveOption(u"DVR"_s, u"Method"_s, QString::number(gDVRMethod));
     QDialog::done(result);
 }

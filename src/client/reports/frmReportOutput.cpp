@@ -5,13 +5,17 @@
 #include "dvr/DvrMethod.h"
 #include "output/ExportWriters.h"
 #include "output/OpenedReport.h"
+#include "output/ReportPages.h"
 #include "output/clsExcel.h"
+#include "reports/GridBody.h"
+#include "reports/GridHeader.h"
 #include "reports/ReportGrid.h"
 #include "reports/frmExportFormat.h"
 #include "reports/modQueries.h"
-#include "reports/modSaveAs.h"
 #include "shared/ViewHost.h"
 #include "shared/frmProgressBar.h"
+#include "shared/modPrinting.h"
+#include "shared/modSaveAs.h"
 #include "shared/modShared.h"
 #include "vb/Convert.h"
 #include "vb/DateTime.h"
@@ -22,6 +26,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMdiSubWindow>
+#include <QPrinter>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QStatusBar>
@@ -123,7 +128,8 @@ frmReportOutput::frmReportOutput(client::ViewHost* host, QWidget* parent)
     panel1_->setObjectName(u"Panel1"_s);
     statusBar_->addWidget(panel1_, 1);
 
-    // Chart and Print take their actions from the chart and printing code.
+    // Chart takes its action from the chart code.
+    connect(cmdPrint_, &QPushButton::clicked, this, &frmReportOutput::cmdPrint_Click);
     connect(cmdExport_, &QPushButton::clicked, this, &frmReportOutput::cmdExport_Click);
     connect(cmdAutoSize_, &QPushButton::clicked, this, &frmReportOutput::cmdAutoSize_Click);
     connect(cmdDVRSearch_, &QPushButton::clicked, this, &frmReportOutput::cmdDVRSearch_Click);
@@ -302,6 +308,50 @@ void frmReportOutput::objXL_OnPercentChange(int& PercentDone) {
         u"Finalizing spreadsheet. Please be patient, this can take a very long time."_s);
     // No events run during the save, so the text is painted now.
     progress_->repaint();
+}
+
+// The grid as shown on paper: its lines with groups folded as the user left them, its columns in
+// display order at their widths (screen pixels taken at the grid's resolution), its formats.
+output::PrintedReport frmReportOutput::fncPrintedReport() const {
+    const GridBody& body = *grid_->body();
+    const double toPoints = 72.0 / body.logicalDpiX();
+    QList<double> widths;
+    const QList<int> columns = grid_->displayColumns();
+    for (const int column : columns)
+        widths.append(grid_->columnWidth(column) * toPoints);
+    QFont header = body.header()->font();
+    header.setPointSize(12);
+    return {*grid_->groupingModel(),
+            body.rowLayout(),
+            columns,
+            widths,
+            output::fncPageHeader(mstrReportTitle),
+            output::fncPageFooter(mstrGenerated),
+            body.font(),
+            header,
+            body.indentation() * toPoints};
+}
+
+// The page setup first (Cancel prints nothing); then the preview or the printer, as the printing
+// option says at this moment. Any failure is logged and ends the print.
+void frmReportOutput::cmdPrint_Click() {
+    if (!modShared::fncHasRecords(mrsRecordset)) return;
+    try {
+        const std::unique_ptr<QPrinter> printer = modPrinting::fncPageSetup(this);
+        if (!printer) return;
+        const output::PrintedReport report = fncPrintedReport();
+        modPrinting::subPrint(
+            *printer,
+            [&report](QPrinter& device) {
+                if (!output::ReportPages(report, device).print(device))
+                    vb::raise(vb::err::PrinterError);
+            },
+            gEnablePreview, mstrReportTitle, this);
+    } catch (const vb::VbError& error) {
+        if (host_)
+            modError::subLogError(host_->session(), error, u"frmReportOutput"_s,
+                                  u"cmdPrint_Click"_s);
+    }
 }
 
 void frmReportOutput::cmdAutoSize_Click() {

@@ -24,6 +24,9 @@ class frmProgressBar;
 namespace client {
 class ViewHost;
 }
+namespace output {
+struct PrintedReport;
+}
 namespace dvr {
 class DvrMethod;
 struct CameraAssignment;
@@ -99,6 +102,8 @@ private:
     double fncTransactionTime(std::size_t row) const;
 
     void cmdExport_Click();
+    void cmdPrint_Click();
+    output::PrintedReport fncPrintedReport() const;
     void subWriteGridExport(bool (*write)(const output::ShownReport&, const QString&),
                             const QString& path);
     void subExportSpreadsheet(const QString& path);

@@ -1,7 +1,9 @@
 #include "shared/modShared.h"
 
 #include "core/AppGlobals.h"
+#include "settings/modIni.h"
 #include "shared/frmKestrelMessage.h"
+#include "vb/VbError.h"
 
 #include <QAbstractSpinBox>
 #include <QApplication>
@@ -244,6 +246,14 @@ SoundHandler setAsteriskHandler(SoundHandler handler) {
 
 UrlHandler setMailLinkHandler(UrlHandler handler) {
     return std::exchange(mailLinkHandler(), std::move(handler));
+}
+
+void subSaveOption(const QString& section, const QString& key, const QString& value) {
+    try {
+        settings::subWriteIniString(section, key, value, settings::fncIniFile());
+    } catch (const vb::VbError& error) {
+        subShowRunTimeError(error.number(), error.description());
+    }
 }
 
 QPushButton* layOutWithOkButton(QDialog* dialog, QWidget* body) {

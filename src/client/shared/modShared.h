@@ -63,6 +63,11 @@ void subMaskAsPassword(QLineEdit* box);
 void subEnableControls(QWidget* view, bool enabled);
 
 using rs::fncHasRecords;
+// Writes an option dialog's setting to the settings file. The setting already holds for this run;
+// when the file cannot take it the user is told as the run-time tells of an error, and the program
+// goes on, since nothing else is lost by it.
+void subSaveOption(const QString& section, const QString& key, const QString& value);
+
 // The small views' common frame: `body` over a lone default "OK" button (named cmdOK) that
 // accepts the dialog. Returns the button.
 QPushButton* layOutWithOkButton(QDialog* dialog, QWidget* body);

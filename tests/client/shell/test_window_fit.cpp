@@ -4,6 +4,7 @@
 
 #include "app/frmAbout.h"
 #include "app/frmMain.h"
+#include "app/frmPrintOption.h"
 #include "core/AppGlobals.h"
 #include "link/frmSites.h"
 #include "link/modMain.h"
@@ -167,7 +168,9 @@ TEST_F(WindowFit, DialogsGrowToTheirCaptionsAndControls) {
     frmAbout about(&main_->session(), main_);
     frmProgressBar progress(main_);
     frmSites sites(main_->session(), main_->toolbar(), main_);
-    for (QDialog* dialog : std::initializer_list<QDialog*>{&dvr, &about, &progress, &sites}) {
+    frmPrintOption printing(main_);
+    for (QDialog* dialog :
+         std::initializer_list<QDialog*>{&dvr, &about, &progress, &sites, &printing}) {
         dialog->show();
         EXPECT_EQ(cutParts(dialog), QStringList()) << dialog->objectName().toStdString();
         dialog->hide();

@@ -10,10 +10,12 @@
 namespace modSaveAs {
 
 // One format's settings: a filter, a description and a pattern joined by "|" ("Text File|*.txt"),
-// and the extension a name typed without one gets (".txt").
+// the extension a name typed without one gets (".txt") and the dialog's caption, which may tell
+// why the dialog is asking.
 struct SaveAsFormat {
     QString filter;
     QString defaultExtension;
+    QString caption = QStringLiteral("Save As");
 };
 
 // Asks for a file name, starting empty. A name without an extension gets the format's; a name in

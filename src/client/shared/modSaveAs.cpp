@@ -1,4 +1,4 @@
-#include "reports/modSaveAs.h"
+#include "shared/modSaveAs.h"
 
 #include "shared/modShared.h"
 
@@ -25,7 +25,7 @@ QString dialogFilter(const QString& filter) {
 
 std::optional<QString> typedName(const SaveAsFormat& format) {
     if (nameHandler()) return nameHandler()(format);
-    QFileDialog dialog(modShared::fncOwnerWindow(), u"Save As"_s);
+    QFileDialog dialog(modShared::fncOwnerWindow(), format.caption);
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
     // The question before overwriting is asked below, the same whichever dialog took the name.
