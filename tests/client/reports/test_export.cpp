@@ -6,10 +6,10 @@
 #include "reports/ReportGrid.h"
 #include "reports/frmExportFormat.h"
 #include "reports/frmReportOutput.h"
-#include "reports/modSaveAs.h"
 #include "shared/GuiFeedback.h"
 #include "shared/ViewHost.h"
 #include "shared/frmProgressBar.h"
+#include "shared/modSaveAs.h"
 
 #include "recordset/RecordsetTestData.h"
 #include "support/ExportedFiles.h"

@@ -1,4 +1,4 @@
-#include "reports/modSaveAs.h"
+#include "shared/modSaveAs.h"
 
 #include "shared/modShared.h"
 
