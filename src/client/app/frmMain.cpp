@@ -16,6 +16,7 @@
 #include "settings/modSites.h"
 #include "shared/modShared.h"
 #include "sitelink/SiteLink.h"
+#include "summary/frmChart.h"
 #include "vb/Convert.h"
 
 #include <QApplication>
@@ -265,6 +266,17 @@ void frmMain::subShowReport(const client::ReportRequest& request) {
     view->setRecordset(request.records);
     view->setReg2CamTable(request.reg2Cam);
     view->setGroupFirstN(request.groupFirstN);
+    showChild(view);
+}
+
+void frmMain::subShowChart(const QString& title, const std::shared_ptr<rs::Recordset>& records) {
+    auto* view = new frmChart;
+    view->setChartTitle(title);
+    view->setRecordset(records);
+    if (!view->fncLoad()) {
+        delete view;
+        return;
+    }
     showChild(view);
 }
 

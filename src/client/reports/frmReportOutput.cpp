@@ -123,7 +123,8 @@ frmReportOutput::frmReportOutput(client::ViewHost* host, QWidget* parent)
     panel1_->setObjectName(u"Panel1"_s);
     statusBar_->addWidget(panel1_, 1);
 
-    // Chart and Print take their actions from the chart and printing code.
+    // Print takes its action from the printing code.
+    connect(cmdChart_, &QPushButton::clicked, this, &frmReportOutput::cmdChart_Click);
     connect(cmdExport_, &QPushButton::clicked, this, &frmReportOutput::cmdExport_Click);
     connect(cmdAutoSize_, &QPushButton::clicked, this, &frmReportOutput::cmdAutoSize_Click);
     connect(cmdDVRSearch_, &QPushButton::clicked, this, &frmReportOutput::cmdDVRSearch_Click);
@@ -302,6 +303,12 @@ void frmReportOutput::objXL_OnPercentChange(int& PercentDone) {
         u"Finalizing spreadsheet. Please be patient, this can take a very long time."_s);
     // No events run during the save, so the text is painted now.
     progress_->repaint();
+}
+
+// The chart view shares the set and keeps it; this view keeps no reference to the chart.
+void frmReportOutput::cmdChart_Click() {
+    if (host_ && rs::fncHasRecords(mrsRecordset))
+        host_->subShowChart(mstrReportTitle, mrsRecordset);
 }
 
 void frmReportOutput::cmdAutoSize_Click() {
