@@ -14,6 +14,8 @@
 #include <QPainter>
 #include <QValue3DAxis>
 
+#include <algorithm>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace chart {
@@ -22,8 +24,10 @@ namespace {
 
 constexpr double kTwipsPerPixel = 15.0;
 constexpr double kMarginTwips = 1000.0;
-// Sixty labels (a Daily Summary's clerks) still read side by side; more are thinned.
-constexpr int kMostLabels = 60;
+// Seen at the opening angles, a side of a chart in a window of common size reads with 30
+// labels at most; beyond that every other label (or more) is left out, and the bar under the
+// pointer still names its row in full.
+constexpr int kMostLabels = 30;
 
 int fncPixels(double twips) {
     return int(vb::roundHalfEven(twips / kTwipsPerPixel));
@@ -37,9 +41,11 @@ QList<QColor> fncSeriesColours(int count) {
     return colours;
 }
 
-QFont fncLabelFont() {
+// The graph draws its labels at a size that follows the font and spaces its bars by their
+// number: the more bars along a side, the smaller the type, so neighbours do not run together.
+QFont fncLabelFont(int mostLabels) {
     QFont font(u"DejaVu Sans"_s);
-    font.setPointSize(30);
+    font.setPointSize(std::clamp(360 / std::max(mostLabels, 1), 10, 30));
     return font;
 }
 
@@ -55,6 +61,13 @@ QBarDataArray* fncBarRows(const ChartData& data) {
         rows->append(bars);
     }
     return rows;
+}
+
+// Bars as deep as wide put many records beside few series on a long thin floor, whose short side
+// has no room for its labels: deeper bars bring the floor toward twice as long as deep.
+float fncBarThickness(const ChartData& data) {
+    if (data.rows == 0) return 1.0f;
+    return std::clamp(2.0f * float(data.columns) / float(data.rows), 0.25f, 1.0f);
 }
 
 QStringList fncPadded(QStringList labels, int count) {
@@ -103,17 +116,13 @@ void BarChart::subStyleGraph() {
     theme->setWindowColor(Qt::white);
     theme->setBackgroundColor(QColor(0xf2, 0xf2, 0xf2));
     theme->setLabelBackgroundEnabled(false);
-    theme->setFont(fncLabelFont());
     theme->setColorStyle(Q3DTheme::ColorStyleUniform);
     graph_.setShadowQuality(QAbstract3DGraph::ShadowQualityNone);
     graph_.setSelectionMode(QAbstract3DGraph::SelectionItem);
-    for (QAbstract3DAxis* axis : {static_cast<QAbstract3DAxis*>(graph_.columnAxis()),
-                                  static_cast<QAbstract3DAxis*>(graph_.rowAxis()),
-                                  static_cast<QAbstract3DAxis*>(graph_.valueAxis())}) {
-        // Labels turn toward the eye, so they read from any side the chart is turned to.
-        axis->setLabelAutoRotation(90.0f);
-        axis->setTitleVisible(true);
-    }
+    // Names lie flat, out from their bars, so long ones never cross their neighbours; the
+    // numbers turn toward the eye.
+    graph_.columnAxis()->setTitleVisible(true);
+    graph_.valueAxis()->setLabelAutoRotation(90.0f);
     graph_.valueAxis()->setLabelFormat(u"%.0f"_s);
     subResetView(*graph_.scene()->activeCamera());
 }
@@ -123,12 +132,15 @@ void BarChart::setData(const ChartData& data) {
     series_->dataProxy()->resetArray(fncBarRows(data), data.seriesLabels,
                                      fncPadded(data.rowLabels, data.rows));
     series_->setRowColors(fncSeriesColours(data.columns));
+    graph_.setBarThickness(fncBarThickness(data));
     graph_.columnAxis()->setTitle(data.firstAxisTitle);
     graph_.columnAxis()->setLabels(
         fncThinnedLabels(fncPadded(data.rowLabels, data.rows), kMostLabels));
     graph_.rowAxis()->setTitle(QString());
     graph_.rowAxis()->setLabels(fncThinnedLabels(data.seriesLabels, kMostLabels));
     graph_.valueAxis()->setTitle(QString());
+    graph_.activeTheme()->setFont(
+        fncLabelFont(std::min(kMostLabels, std::max(data.rows, data.columns))));
 }
 
 void BarChart::subLabelSelection(const QPoint& bar) {
