@@ -17,6 +17,7 @@
 #include "settings/modSites.h"
 #include "shared/modShared.h"
 #include "sitelink/SiteLink.h"
+#include "summary/frmChart.h"
 #include "vb/Convert.h"
 
 #include <QApplication>
@@ -269,6 +270,17 @@ void frmMain::subShowReport(const client::ReportRequest& request) {
     view->setRecordset(request.records);
     view->setReg2CamTable(request.reg2Cam);
     view->setGroupFirstN(request.groupFirstN);
+    showChild(view);
+}
+
+void frmMain::subShowChart(const QString& title, const std::shared_ptr<rs::Recordset>& records) {
+    auto* view = new frmChart(this);
+    view->setChartTitle(title);
+    view->setRecordset(records);
+    if (!view->fncLoad()) {
+        delete view;
+        return;
+    }
     showChild(view);
 }
 

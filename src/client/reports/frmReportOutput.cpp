@@ -128,7 +128,7 @@ frmReportOutput::frmReportOutput(client::ViewHost* host, QWidget* parent)
     panel1_->setObjectName(u"Panel1"_s);
     statusBar_->addWidget(panel1_, 1);
 
-    // Chart takes its action from the chart code.
+    connect(cmdChart_, &QPushButton::clicked, this, &frmReportOutput::cmdChart_Click);
     connect(cmdPrint_, &QPushButton::clicked, this, &frmReportOutput::cmdPrint_Click);
     connect(cmdExport_, &QPushButton::clicked, this, &frmReportOutput::cmdExport_Click);
     connect(cmdAutoSize_, &QPushButton::clicked, this, &frmReportOutput::cmdAutoSize_Click);
@@ -352,6 +352,12 @@ void frmReportOutput::cmdPrint_Click() {
             modError::subLogError(host_->session(), error, u"frmReportOutput"_s,
                                   u"cmdPrint_Click"_s);
     }
+}
+
+// The chart view shares the set and keeps it; this view keeps no reference to the chart.
+void frmReportOutput::cmdChart_Click() {
+    if (host_ && rs::fncHasRecords(mrsRecordset))
+        host_->subShowChart(mstrReportTitle, mrsRecordset);
 }
 
 void frmReportOutput::cmdAutoSize_Click() {

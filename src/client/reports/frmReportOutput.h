@@ -101,6 +101,7 @@ private:
     // Raises 3021 for a row the set does not have (no current row is one).
     double fncTransactionTime(std::size_t row) const;
 
+    void cmdChart_Click();
     void cmdExport_Click();
     void cmdPrint_Click();
     output::PrintedReport fncPrintedReport() const;

@@ -39,6 +39,11 @@ public:
     // set opens nothing.
     virtual void subShowReport(const ReportRequest& request) = 0;
 
+    // Opens a chart view of the set, titled `title`, as a child window. A set the chart cannot
+    // count (more than 32,767 rows) is told as the run-time tells an overflow, and no view opens.
+    virtual void subShowChart(const QString& title,
+                              const std::shared_ptr<rs::Recordset>& records) = 0;
+
     // The full connect has loaded the lookups: the search views may fill their lists.
     virtual void subConnected() = 0;
 

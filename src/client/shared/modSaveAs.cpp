@@ -17,10 +17,14 @@ NameHandler& nameHandler() {
     return handler;
 }
 
-// "Text File|*.txt" as the file dialog writes a filter: "Text File (*.txt)".
+// "Text File|*.txt" as the file dialog writes a filter: "Text File (*.txt)". A description that
+// already shows its pattern ("BMP Files (*.BMP)|*.BMP") is not given it twice.
 QString dialogFilter(const QString& filter) {
     const qsizetype bar = filter.indexOf(u'|');
-    return bar < 0 ? filter : filter.left(bar) + u" ("_s + filter.mid(bar + 1) + u')';
+    if (bar < 0) return filter;
+    const QString description = filter.left(bar);
+    const QString shown = u" ("_s + filter.mid(bar + 1) + u')';
+    return description.endsWith(shown) ? description : description + shown;
 }
 
 std::optional<QString> typedName(const SaveAsFormat& format) {
@@ -31,6 +35,7 @@ std::optional<QString> typedName(const SaveAsFormat& format) {
     // The question before overwriting is asked below, the same whichever dialog took the name.
     dialog.setOption(QFileDialog::DontConfirmOverwrite);
     dialog.setNameFilter(dialogFilter(format.filter));
+    if (!format.initialName.isEmpty()) dialog.selectFile(format.initialName);
     if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty()) return std::nullopt;
     return dialog.selectedFiles().constFirst();
 }

@@ -10,17 +10,19 @@
 namespace modSaveAs {
 
 // One format's settings: a filter, a description and a pattern joined by "|" ("Text File|*.txt"),
-// the extension a name typed without one gets (".txt") and the dialog's caption, which may tell
-// why the dialog is asking.
+// the extension a name typed without one gets (".txt"), the dialog's caption, which may tell why
+// the dialog is asking, and the name the dialog starts with.
 struct SaveAsFormat {
     QString filter;
     QString defaultExtension;
     QString caption = QStringLiteral("Save As");
+    QString initialName = {};
 };
 
-// Asks for a file name, starting empty. A name without an extension gets the format's; a name in
-// a folder that does not exist is refused with a message, and an existing file is replaced only
-// if the user says so; either way the dialog comes back. Empty when the user cancels.
+// Asks for a file name, starting with the format's initial name. A name without an extension gets
+// the format's; a name in a folder that does not exist is refused with a message, and an existing
+// file is replaced only if the user says so; either way the dialog comes back. Empty when the user
+// cancels.
 std::optional<QString> fncSaveAs(const SaveAsFormat& format);
 
 // Seam for tests: the name the user types in the dialog, or none for Cancel. Everything after the

@@ -57,6 +57,7 @@ public:
     core::Session& session() override { return session_; }
     void subSetStatusPanel(const QString&, const QString&) override {}
     void subShowReport(const client::ReportRequest&) override {}
+    void subShowChart(const QString&, const std::shared_ptr<rs::Recordset>&) override {}
     void subConnected() override {}
     dvr::Endpoints dvrEndpoints() const override { return {}; }
 
