@@ -11,6 +11,7 @@
 #include <QBarDataProxy>
 #include <QCategory3DAxis>
 #include <QKeyEvent>
+#include <QFontMetrics>
 #include <QPainter>
 #include <QValue3DAxis>
 
@@ -174,6 +175,10 @@ QImage fncChartImage(QSize chartSize, const QString& header, const QImage& plot)
     QFont font(u"DejaVu Sans"_s);
     font.setPixelSize(area.top() / 3);
     font.setBold(true);
+    // A long report title shrinks to the width rather than losing both its ends.
+    const int room = chartSize.width() * 19 / 20;
+    const int wide = QFontMetrics(font).horizontalAdvance(header);
+    if (wide > room) font.setPixelSize(std::max(8, font.pixelSize() * room / wide));
     painter.setFont(font);
     painter.drawText(QRect(0, 0, chartSize.width(), area.top()), Qt::AlignCenter, header);
     return image;

@@ -22,7 +22,7 @@ constexpr Option kOptions[] = {
     {u"site", u"ADDRESS"},  {u"port", u"N"},      {u"password-file", u"FILE"}, {u"fixed", u"N"},
     {u"critical", nullptr}, {u"saved", u"TITLE"}, {u"query", u"TEXT"},         {u"from", u"DATE"},
     {u"to", u"DATE"},       {u"preset", u"NAME"}, {u"title", u"TEXT"},         {u"out", u"FILE"},
-    {u"help", nullptr},
+    {u"chart", nullptr},    {u"help", nullptr},
 };
 
 // Thrown inside the parser for a refused argument; parseArguments turns it into the error text.
@@ -133,8 +133,10 @@ OutputKind outputKind(const QString& path) {
     if (suffix == u"htm" || suffix == u"html") return OutputKind::Html;
     if (suffix == u"xls") return OutputKind::Xls;
     if (suffix == u"pdf") return OutputKind::Pdf;
-    refuse(
-        u"--out \"%1\": the extension picks the file's kind: .txt, .htm, .xls or .pdf"_s.arg(path));
+    if (suffix == u"bmp") return OutputKind::Bmp;
+    if (suffix == u"png") return OutputKind::Png;
+    refuse(u"--out \"%1\": the extension picks the file's kind: .txt, .htm, .xls or .pdf, and "
+           "with --chart .bmp or .png"_s.arg(path));
 }
 
 RunnerOptions readOptions(const Reader& reader) {
@@ -147,6 +149,11 @@ RunnerOptions readOptions(const Reader& reader) {
     options.title = reader.value(u"title"_s);
     options.out = reader.required(u"out"_s);
     options.output = outputKind(options.out);
+    options.chart = reader.isSet(u"chart"_s);
+    const bool image = options.output == OutputKind::Bmp || options.output == OutputKind::Png;
+    if (options.chart != image)
+        refuse(options.chart ? u"--chart writes a .bmp or .png image"_s
+                             : u"an image is written with --chart"_s);
     return options;
 }
 
@@ -204,7 +211,10 @@ Runs a report on a site with no window and writes it to FILE, as the report's vi
                         (a Fixed Report without an interval covers the previous day)
   --title TEXT          the report's title instead of its own
   --out FILE            .txt (comma-delimited text), .htm (HTML table), .xls (spreadsheet) or
-                        .pdf (the printed pages)
+                        .pdf (the printed pages); with --chart, .bmp or .png
+  --chart               the report as the chart view draws it (a label column, then numbers).
+                        It needs an OpenGL display: a desktop, or under cron
+                        xvfb-run -a tillsight-report ... --chart --out FILE.png
   --help                this text
 
 Exit status: 0 when the file was written, 1 when the report failed (nothing is left at FILE;

@@ -11,7 +11,7 @@
 
 namespace report {
 
-enum class OutputKind { Text, Html, Xls, Pdf };
+enum class OutputKind { Text, Html, Xls, Pdf, Bmp, Png };
 
 struct FixedReport {
     std::int32_t id = 0;
@@ -38,6 +38,8 @@ struct RunnerOptions {
     std::optional<QString> title;
     QString out;
     OutputKind output = OutputKind::Text;
+    // The report as the chart view draws it, to a .bmp or .png image.
+    bool chart = false;
 };
 
 struct ParsedArguments {

@@ -23,17 +23,27 @@ void keepQuietUnlessSerious(QtMsgType type, const QMessageLogContext& context,
         QTextStream(stderr) << qFormatLogMessage(type, context, message) << '\n';
 }
 
+// A chart is drawn with OpenGL, which needs a display: a chart run keeps the desktop's platform,
+// and without a desktop it cannot be drawn at all. Everything else runs offscreen.
+bool choosePlatform(const report::ParsedArguments& parsed) {
+    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) return true;
+    const bool chart = parsed.options && parsed.options->chart;
+    const bool desktop =
+        !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (chart) return desktop;
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
     qInstallMessageHandler(keepQuietUnlessSerious);
-    // Nothing here needs a screen; a cron job has none, and a desktop's must not be touched.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
-    QGuiApplication::setApplicationName(u"tillsight-report"_s);
-
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    const report::ParsedArguments parsed = report::parseArguments(arguments);
     QTextStream err(stderr);
-    const report::ParsedArguments parsed = report::parseArguments(app.arguments().mid(1));
     if (parsed.help) {
         QTextStream(stdout) << report::helpText();
         return report::kSucceeded;
@@ -42,6 +52,13 @@ int main(int argc, char* argv[]) {
         err << "tillsight-report: " << parsed.error << "\nTry 'tillsight-report --help'.\n";
         return report::kBadArguments;
     }
+    if (!choosePlatform(parsed)) {
+        err << "tillsight-report: --chart needs an OpenGL display: run it on a desktop, or as "
+               "xvfb-run -a tillsight-report ...\n";
+        return report::kFailed;
+    }
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(u"tillsight-report"_s);
     core::StandardErrorFeedback feedback;
     core::Session session(&feedback, &feedback);
     report::ReportRunner runner(session, vb::now());

@@ -146,6 +146,13 @@ TEST_F(Runner, RefusesBadArgumentsBeforeConnecting) {
     EXPECT_TRUE(refused.err.contains(u".txt, .htm, .xls or .pdf"_s)) << refused.err.toStdString();
     EXPECT_FALSE(QFile::exists(path(u"a.doc"_s)));
 
+    // A chart needs OpenGL, which a run without a display cannot have.
+    const Outcome chart =
+        runOnSite({u"--fixed"_s, u"7"_s, u"--chart"_s, u"--out"_s, path(u"c.png"_s)});
+    EXPECT_EQ(chart.exitCode, 1);
+    EXPECT_TRUE(chart.err.contains(u"needs an OpenGL display"_s)) << chart.err.toStdString();
+    EXPECT_FALSE(QFile::exists(path(u"c.png"_s)));
+
     const Outcome help = run({u"--help"_s});
     EXPECT_EQ(help.exitCode, 0);
     EXPECT_TRUE(help.out.contains(u"--password-file FILE"_s));

@@ -38,6 +38,7 @@ frmChart::frmChart(client::ViewHost* host, QWidget* parent)
     chtChart_->setAutoFillBackground(true);
     chtChart_->setPalette(QPalette(Qt::black, Qt::white));
     lblHeader_->setAlignment(Qt::AlignCenter);
+    lblHeader_->setWordWrap(true);
     QFont header = lblHeader_->font();
     header.setBold(true);
     header.setPointSizeF(header.pointSizeF() * 1.5);
