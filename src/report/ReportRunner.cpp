@@ -3,16 +3,19 @@
 #include "chart/BarChart.h"
 #include "chart/ChartData.h"
 #include "core/Session.h"
+#include "core/clsDailySummary.h"
 #include "core/modDateRanges.h"
 #include "core/modError.h"
 #include "core/modFixedReports.h"
 #include "core/modPowerSearch.h"
 #include "core/modSavedSearches.h"
 #include "output/OpenedReport.h"
+#include "output/PrintedDocument.h"
 #include "output/ReportPages.h"
 #include "output/clsExcel.h"
 #include "sitelink/SiteLink.h"
 #include "vb/Convert.h"
+#include "vb/Cp1252.h"
 #include "vb/VbError.h"
 
 #include <QFile>
@@ -61,8 +64,13 @@ ExitStatus ReportRunner::run(const RunnerOptions& options) {
         session_.TillsightLink().setPassword(*password);
     }
     if (!connect(options)) return kFailed;
-    const auto result = fetch(options);
-    const bool written = result && write(*result, options);
+    bool written = false;
+    if (const auto* summary = std::get_if<DailySummary>(&options.report)) {
+        written = writeDailySummary(*summary, options);
+    } else {
+        const auto result = fetch(options);
+        written = result && write(*result, options);
+    }
     session_.TillsightLink().Disconnect();
     return written ? kSucceeded : kFailed;
 }
@@ -82,8 +90,10 @@ std::optional<ReportResult> ReportRunner::fetch(const RunnerOptions& options) {
                 return fetchFixed(report, options);
             else if constexpr (std::is_same_v<Kind, SavedSearch>)
                 return fetchSaved(report, options);
-            else
+            else if constexpr (std::is_same_v<Kind, QueryText>)
                 return fetchQuery(report);
+            else // a Daily Summary is a document of three results, not one
+                return std::nullopt;
         },
         options.report);
     if (!result) return std::nullopt;
@@ -294,6 +304,34 @@ bool ReportRunner::writeChart(const ReportResult& result, const RunnerOptions& o
         });
     } catch (const vb::VbError& error) {
         tell(u"Run-time error '%1': %2"_s.arg(error.number()).arg(error.description()));
+        return false;
+    }
+}
+
+// The document the Daily Summary view shows. The page is written as the view exports it: the
+// document's text one byte per character in the classic code page; the PDF is the document
+// printed.
+bool ReportRunner::writeDailySummary(const DailySummary& summary, const RunnerOptions& options) {
+    try {
+        clsDailySummary daily(session_);
+        daily.setSessionIndex(session_.SessionIndex());
+        daily.setReportDate(summary.date);
+        return writeWhole(options.out, [&](const QString& partial) {
+            if (options.output == OutputKind::Pdf) {
+                QPdfWriter writer(partial);
+                writer.setPageLayout(output::fncDefaultPageLayout());
+                writer.setTitle(daily.Title());
+                output::subPrintDocument(daily.HTML(), writer);
+                return true;
+            }
+            QFile file(partial);
+            const bool written = file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+                                 file.write(vb::encodeCp1252(daily.HTML())) >= 0 && file.flush();
+            if (!written) tell(u"cannot write \"%1\""_s.arg(options.out));
+            return written;
+        });
+    } catch (const vb::VbError& error) {
+        tell(error.description());
         return false;
     }
 }

@@ -51,6 +51,7 @@ private:
     bool writeXls(const ReportResult& result, const QString& path);
     bool writePdf(const ReportResult& result, const QString& path);
     bool writeChart(const ReportResult& result, const RunnerOptions& options);
+    bool writeDailySummary(const DailySummary& summary, const RunnerOptions& options);
     // Has `make` write a file of its own beside `path`, and moves it over `path` only when whole:
     // a refused report leaves the target as it was, a partial one leaves nothing.
     bool writeWhole(const QString& path, const std::function<bool(const QString& partial)>& make);

@@ -19,10 +19,21 @@ struct Option {
 };
 
 constexpr Option kOptions[] = {
-    {u"site", u"ADDRESS"},  {u"port", u"N"},      {u"password-file", u"FILE"}, {u"fixed", u"N"},
-    {u"critical", nullptr}, {u"saved", u"TITLE"}, {u"query", u"TEXT"},         {u"from", u"DATE"},
-    {u"to", u"DATE"},       {u"preset", u"NAME"}, {u"title", u"TEXT"},         {u"out", u"FILE"},
-    {u"chart", nullptr},    {u"help", nullptr},
+    {u"site", u"ADDRESS"},
+    {u"port", u"N"},
+    {u"password-file", u"FILE"},
+    {u"fixed", u"N"},
+    {u"critical", nullptr},
+    {u"saved", u"TITLE"},
+    {u"query", u"TEXT"},
+    {u"from", u"DATE"},
+    {u"to", u"DATE"},
+    {u"preset", u"NAME"},
+    {u"title", u"TEXT"},
+    {u"out", u"FILE"},
+    {u"chart", nullptr},
+    {u"daily-summary", u"DATE"},
+    {u"help", nullptr},
 };
 
 // Thrown inside the parser for a refused argument; parseArguments turns it into the error text.
@@ -98,8 +109,8 @@ double moment(const Reader& reader, const QString& name) {
 
 void readReport(const Reader& reader, RunnerOptions& options) {
     const int kinds = int(reader.isSet(u"fixed"_s)) + int(reader.isSet(u"saved"_s)) +
-                      int(reader.isSet(u"query"_s));
-    if (kinds != 1) refuse(u"give exactly one of --fixed, --saved and --query"_s);
+                      int(reader.isSet(u"query"_s)) + int(reader.isSet(u"daily-summary"_s));
+    if (kinds != 1) refuse(u"give exactly one of --fixed, --saved, --query and --daily-summary"_s);
     if (reader.isSet(u"critical"_s) && !reader.isSet(u"fixed"_s))
         refuse(u"--critical goes with --fixed"_s);
     if (reader.isSet(u"fixed"_s))
@@ -107,8 +118,21 @@ void readReport(const Reader& reader, RunnerOptions& options) {
             FixedReport{reader.number(u"fixed"_s, 1, INT32_MAX), reader.isSet(u"critical"_s)};
     else if (reader.isSet(u"saved"_s))
         options.report = SavedSearch{reader.required(u"saved"_s)};
-    else
+    else if (reader.isSet(u"query"_s))
         options.report = QueryText{reader.required(u"query"_s)};
+    else
+        options.report = DailySummary{moment(reader, u"daily-summary"_s)};
+}
+
+// The Daily Summary is a document with its own title and periods: of the file kinds, only the
+// page and the printout fit it.
+void checkDailySummary(const Reader& reader, const RunnerOptions& options) {
+    if (!std::holds_alternative<DailySummary>(options.report)) return;
+    for (const char16_t* option : {u"from", u"to", u"preset", u"title", u"chart"})
+        if (reader.isSet(QString::fromUtf16(option)))
+            refuse(u"--%1 does not apply to --daily-summary"_s.arg(QString::fromUtf16(option)));
+    if (options.output != OutputKind::Html && options.output != OutputKind::Pdf)
+        refuse(u"--daily-summary writes a .htm or .pdf file"_s);
 }
 
 void readInterval(const Reader& reader, RunnerOptions& options) {
@@ -117,6 +141,7 @@ void readInterval(const Reader& reader, RunnerOptions& options) {
     if (!range && !preset) return;
     if (std::holds_alternative<QueryText>(options.report))
         refuse(u"--query text carries its own criteria: --from, --to and --preset do not apply"_s);
+    if (std::holds_alternative<DailySummary>(options.report)) return;
     if (range && preset) refuse(u"give --preset or --from and --to, not both"_s);
     if (preset) {
         options.preset = presetIndex(reader.required(u"preset"_s));
@@ -149,6 +174,7 @@ RunnerOptions readOptions(const Reader& reader) {
     options.title = reader.value(u"title"_s);
     options.out = reader.required(u"out"_s);
     options.output = outputKind(options.out);
+    checkDailySummary(reader, options);
     options.chart = reader.isSet(u"chart"_s);
     const bool image = options.output == OutputKind::Bmp || options.output == OutputKind::Png;
     if (options.chart != image)
@@ -191,7 +217,8 @@ std::optional<double> parseMoment(const QString& text) {
 
 QString helpText() {
     return uR"(Usage: tillsight-report --site ADDRESS [--port N] [--password-file FILE]
-                        (--fixed N [--critical] | --saved TITLE | --query TEXT)
+                        (--fixed N [--critical] | --saved TITLE | --query TEXT |
+                         --daily-summary DATE)
                         [--from DATE --to DATE | --preset NAME] [--title TEXT] --out FILE
 
 Runs a report on a site with no window and writes it to FILE, as the report's view would show it.
@@ -203,6 +230,7 @@ Runs a report on a site with no window and writes it to FILE, as the report's vi
   --critical            with --fixed: critical action codes only
   --saved TITLE         a saved Power Search, over its stored interval unless one is given
   --query TEXT          query text in the site's dialect
+  --daily-summary DATE  the Daily Summary of that day (yyyy-mm-dd), to a .htm or .pdf file
   --from DATE, --to DATE
                         the interval: yyyy-mm-dd (its midnight) or yyyy-mm-dd HH:MM:SS
   --preset NAME         the interval as the Power Search view names it: "Current Day",

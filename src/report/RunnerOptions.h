@@ -23,13 +23,17 @@ struct SavedSearch {
 struct QueryText {
     QString text;
 };
+// The Daily Summary of one day, as its view shows it.
+struct DailySummary {
+    double date = 0;
+};
 
 // What to run over which interval, and where to write it.
 struct RunnerOptions {
     QString site;
     int port = 0;
     QString passwordFile;
-    std::variant<FixedReport, SavedSearch, QueryText> report;
+    std::variant<FixedReport, SavedSearch, QueryText, DailySummary> report;
     // A preset option (0-8) or the custom range; neither: the report's own (a saved search's
     // stored interval, else the Power Search view's first choice, the previous day).
     std::optional<int> preset;

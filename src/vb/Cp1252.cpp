@@ -40,4 +40,19 @@ QString decodeCp1252(const QByteArray& bytes) {
     return text;
 }
 
+QByteArray encodeCp1252(const QString& text) {
+    QByteArray bytes;
+    bytes.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+            bytes += '?';
+            ++i;
+            continue;
+        }
+        bytes += char(toCp1252(c));
+    }
+    return bytes;
+}
+
 } // namespace vb

@@ -18,5 +18,8 @@ std::uint8_t toCp1252(QChar c);
 QChar fromCp1252(std::uint8_t code);
 
 QString decodeCp1252(const QByteArray& bytes);
+// One byte per character; a character the code page lacks, even one written as a surrogate pair,
+// is a single "?".
+QByteArray encodeCp1252(const QString& text);
 
 } // namespace vb

@@ -4,6 +4,7 @@
 
 #include "core/AppGlobals.h"
 #include "core/Session.h"
+#include "core/clsDailySummary.h"
 #include "core/modDateRanges.h"
 #include "core/modFixedReports.h"
 #include "core/modSavedSearches.h"
@@ -13,6 +14,7 @@
 #include "reports/ReportGrid.h"
 #include "reports/frmReportOutput.h"
 #include "vb/Convert.h"
+#include "vb/Cp1252.h"
 #include "vb/DateTime.h"
 
 #include "core/SessionTest.h"
@@ -133,6 +135,11 @@ TEST_F(Runner, RefusesBadArgumentsBeforeConnecting) {
         {u"--site"_s, u"x"_s, u"--fixed"_s, u"1"_s, u"--out"_s, u"a.txt"_s, u"--port"_s, u"-1"_s},
         {u"--site"_s, u"x"_s, u"--fixed"_s, u"1"_s, u"--out"_s, u"a.txt"_s, u"--colour"_s},
         {u"--site"_s, u"x"_s, u"--fixed"_s, u"1"_s, u"--out"_s, u"a.txt"_s, u"stray"_s},
+        {u"--site"_s, u"x"_s, u"--daily-summary"_s, u"2003-03-27"_s, u"--out"_s, u"a.txt"_s},
+        {u"--site"_s, u"x"_s, u"--daily-summary"_s, u"2003-03-27"_s, u"--out"_s, u"a.htm"_s,
+         u"--preset"_s, u"Current Day"_s},
+        {u"--site"_s, u"x"_s, u"--daily-summary"_s, u"2003-03-27"_s, u"--query"_s, u"q"_s,
+         u"--out"_s, u"a.htm"_s},
     };
     for (const QStringList& arguments : bad) {
         const report::ParsedArguments parsed = report::parseArguments(arguments);
@@ -310,6 +317,29 @@ TEST_F(Runner, AFailedRunLeavesTheFileAsItWas) {
                      "idfFixedReportID = 4"_s);
     expectFailure(runOnSite({u"--fixed"_s, u"4"_s, u"--out"_s, out}), u"gave no result"_s);
     EXPECT_EQ(logRoutines(), QStringList{u"modFixedReports.fncRunFixedReport"_s});
+}
+
+// The Daily Summary's page holds the very bytes of the view's document in the classic code page;
+// its PDF is that document printed.
+TEST_F(Runner, WritesTheDailySummaryAsItsViewHasIt) {
+    const Outcome page =
+        runOnSite({u"--daily-summary"_s, u"2003-03-27 15:30:00"_s, u"--out"_s, path(u"ds.htm"_s)});
+    ASSERT_EQ(page.exitCode, 0) << page.err.toStdString();
+    clsDailySummary summary(session());
+    summary.setSessionIndex(session().SessionIndex());
+    summary.setReportDate(vb::dateSerial(2003, 3, 27) + vb::timeSerial(15, 30, 0));
+    QFile file(path(u"ds.htm"_s));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), vb::encodeCp1252(summary.HTML()));
+    EXPECT_TRUE(summary.HTML().contains(u"<TABLE BORDER>"_s));
+
+    const Outcome pdf =
+        runOnSite({u"--daily-summary"_s, u"2003-03-27"_s, u"--out"_s, path(u"ds.pdf"_s)});
+    ASSERT_EQ(pdf.exitCode, 0) << pdf.err.toStdString();
+    const QString text =
+        testsupport::pdfLayoutPages(path(u"ds.pdf"_s)).join(QString()).simplified();
+    EXPECT_TRUE(text.contains(summary.Title())) << text.left(300).toStdString();
+    EXPECT_TRUE(text.contains(u"each clerk had these counts of each action code"_s));
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "vb/Cp1252.h"
 #include "vb/Strings.h"
 
 #include "support/VbTestSupport.h"
@@ -23,4 +24,11 @@ TEST(FncReplace, TheSixteenBitLengthOverflows) {
     EXPECT_EQ(testsupport::errorOf([] { fncReplace(QString(32768, u'a'), u"b"_s, u"c"_s); }), 6);
     EXPECT_EQ(fncReplace(QString(32767, u'a'), u"a"_s, u"b"_s), QString(32767, u'b'));
     EXPECT_EQ(testsupport::errorOf([] { fncReplace(QString(20000, u'a'), u"a"_s, u"bb"_s); }), 6);
+}
+
+TEST(Cp1252, EncodesOneBytePerCharacterAndAQuestionMarkForTheRest) {
+    // The euro sign sits where Latin-1 has a control code; a character beyond the code page is one
+    // "?" even when it takes a surrogate pair.
+    EXPECT_EQ(vb::encodeCp1252(u"\u20AC \u00E9 \u0151 \U0001D11E <&>"_s),
+              QByteArray("\x80 \xE9 ? ? <&>"));
 }
