@@ -21,14 +21,11 @@ using namespace Qt::Literals::StringLiterals;
 using rs::AdoType;
 using rstest::date;
 using rstest::lng;
+using rstest::money;
 using rstest::null;
 using testsupport::readBack;
 
 namespace {
-
-vb::Variant money(double value) {
-    return vb::Variant(vb::Currency::fromDouble(value));
-}
 
 // One Long field "Id" holding 1 to `rows`.
 std::shared_ptr<rs::Recordset> numbered(int rows, int fields = 1) {

@@ -18,16 +18,13 @@ using namespace Qt::Literals::StringLiterals;
 using rs::AdoType;
 using rstest::date;
 using rstest::lng;
+using rstest::money;
 using rstest::null;
 
 namespace {
 
 vb::Variant dbl(double v) {
     return vb::Variant(v);
-}
-
-vb::Variant money(double v) {
-    return vb::Variant(vb::Currency::fromDouble(v));
 }
 
 enum SalesColumn { Id, Clerk, Register, Price, Total, Date, Time };

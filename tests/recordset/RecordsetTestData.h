@@ -26,6 +26,10 @@ inline vb::Variant lng(std::int32_t v) {
     return vb::Variant(v);
 }
 
+inline vb::Variant money(double value) {
+    return vb::Variant(vb::Currency::fromDouble(value));
+}
+
 inline vb::Variant date(const char* text) {
     return vb::Variant::date(*vb::parseDate(QString::fromUtf8(text), true));
 }

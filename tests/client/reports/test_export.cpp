@@ -29,13 +29,10 @@ using namespace Qt::Literals::StringLiterals;
 using rs::AdoType;
 using rstest::date;
 using rstest::lng;
+using rstest::money;
 using rstest::null;
 
 namespace {
-
-vb::Variant money(double value) {
-    return vb::Variant(vb::Currency::fromDouble(value));
-}
 
 // Sales whose item names carry markup and letters beyond ASCII, with Nulls, out of clerk order.
 std::shared_ptr<rs::Recordset> sales() {
