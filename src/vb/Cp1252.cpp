@@ -40,4 +40,14 @@ QString decodeCp1252(const QByteArray& bytes) {
     return text;
 }
 
+QByteArray encodeCp1252(QStringView text) {
+    QByteArray bytes;
+    bytes.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) ++i;
+        bytes += static_cast<char>(toCp1252(text[i]));
+    }
+    return bytes;
+}
+
 } // namespace vb
