@@ -13,6 +13,7 @@
 #include "vb/Format.h"
 #include "vb/VbError.h"
 
+#include <QApplication>
 #include <QFile>
 #include <QHBoxLayout>
 #include <QPrinter>
@@ -117,15 +118,19 @@ void frmDailySummary::cmdPrint_Click() {
 }
 
 // The document's own text, one byte per character, as sites' scripts read it; a cancel or a file
-// that cannot be replaced ends the export without a word.
+// that cannot be replaced ends the export without a word. A failure after the hourglass is shown
+// leaves it showing until a later export ends well, as the client's exports always have.
 void frmDailySummary::cmdExport_Click() {
     if (!summary_) return;
     const std::optional<QString> path = modSaveAs::fncSaveAs({u"HTML File|*.htm"_s, u".htm"_s});
     if (!path) return;
-    const core::BusyScope busy(host_.session().busy());
+    modShared::subShowHourglass();
     if (QFile::exists(*path) && !QFile::remove(*path)) return;
     QFile file(*path);
-    if (file.open(QIODevice::WriteOnly)) file.write(vb::encodeCp1252(summary_->HTML()));
+    const QByteArray bytes = vb::encodeCp1252(summary_->HTML());
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+        return;
+    QApplication::restoreOverrideCursor();
 }
 
 void frmDailySummary::cmdChartCounts_Click() {

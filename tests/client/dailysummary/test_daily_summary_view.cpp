@@ -19,6 +19,7 @@
 #include "support/SiteFilesTest.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QPointer>
@@ -210,6 +211,21 @@ TEST_F(DailySummaryView, PrintGoesStraightToPaperOrToThePreview) {
     EXPECT_EQ(previews, QStringList{kFridayTitle});
     EXPECT_EQ(formats.size(), 1);
     EXPECT_TRUE(boxes.isEmpty());
+}
+
+TEST_F(DailySummaryView, AFailedExportLeavesTheHourglassUntilOneEndsWell) {
+    open(kFriday);
+    ASSERT_TRUE(QDir(dir_.path()).mkdir(u"taken.htm"_s));
+    answer = modShared::vbYes;
+    name = dir_.filePath(u"taken.htm"_s);
+    click(u"cmdExport");
+    click(u"cmdExport");
+    ASSERT_NE(QApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(QApplication::overrideCursor()->shape(), Qt::WaitCursor);
+    name = dir_.filePath(u"fine.htm"_s);
+    click(u"cmdExport");
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    EXPECT_TRUE(QFile::exists(*name));
 }
 
 // Before the view has loaded its browser holds nothing to print.
