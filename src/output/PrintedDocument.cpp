@@ -7,8 +7,12 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace output {
 
-void fncPrepareForPaper(QTextDocument& document, const QString& html) {
+void subKeepCellsOnOneLine(QTextDocument& document) {
     document.setDefaultStyleSheet(u"td { white-space: nowrap; }"_s);
+}
+
+void fncPrepareForPaper(QTextDocument& document, const QString& html) {
+    subKeepCellsOnOneLine(document);
     QFont font = document.defaultFont();
     font.setPointSize(8);
     document.setDefaultFont(font);

@@ -11,6 +11,9 @@ class QTextDocument;
 
 namespace output {
 
+// Keeps every table cell on one line, as the document's cells ask; for screen and paper alike.
+void subKeepCellsOnOneLine(QTextDocument& document);
+
 // Fills `document` with `html` laid out for printing.
 void fncPrepareForPaper(QTextDocument& document, const QString& html);
 

@@ -40,17 +40,12 @@ QString decodeCp1252(const QByteArray& bytes) {
     return text;
 }
 
-QByteArray encodeCp1252(const QString& text) {
+QByteArray encodeCp1252(QStringView text) {
     QByteArray bytes;
     bytes.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text[i];
-        if (c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
-            bytes += '?';
-            ++i;
-            continue;
-        }
-        bytes += char(toCp1252(c));
+        if (text[i].isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) ++i;
+        bytes += static_cast<char>(toCp1252(text[i]));
     }
     return bytes;
 }

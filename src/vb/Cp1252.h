@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QChar>
 #include <QString>
+#include <QStringView>
 #include <cstdint>
 
 namespace vb {
@@ -18,8 +19,8 @@ std::uint8_t toCp1252(QChar c);
 QChar fromCp1252(std::uint8_t code);
 
 QString decodeCp1252(const QByteArray& bytes);
-// One byte per character; a character the code page lacks, even one written as a surrogate pair,
-// is a single "?".
-QByteArray encodeCp1252(const QString& text);
+// One byte per character; a character outside the code page, even one written as a surrogate
+// pair, is one "?".
+QByteArray encodeCp1252(QStringView text);
 
 } // namespace vb

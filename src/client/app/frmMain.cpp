@@ -18,6 +18,7 @@
 #include "shared/modShared.h"
 #include "sitelink/SiteLink.h"
 #include "summary/frmChart.h"
+#include "summary/frmDailySummary.h"
 #include "vb/Convert.h"
 
 #include <QApplication>
@@ -281,6 +282,13 @@ void frmMain::subShowChart(const QString& title, const std::shared_ptr<rs::Recor
         delete view;
         return;
     }
+    showChild(view);
+}
+
+void frmMain::subShowDailySummary(double reportDate) {
+    auto* view = new frmDailySummary(this);
+    view->setReportDate(reportDate);
+    view->subLoad();
     showChild(view);
 }
 

@@ -49,6 +49,7 @@ public:
     void subSetStatusPanel(const QString& key, const QString& text) override;
     void subShowReport(const client::ReportRequest& request) override;
     void subShowChart(const QString& title, const std::shared_ptr<rs::Recordset>& records) override;
+    void subShowDailySummary(double reportDate) override;
     // The end of a full connect: the Power Search view fills its lists, the remote log can be
     // viewed.
     void subConnected() override;

@@ -449,8 +449,7 @@ void frmPowerSearch::cmdRun_Click() {
 }
 
 void frmPowerSearch::subOpenDailySummary() {
-    // The Daily Summary view arrives with its own work: a new view whose ReportDate is the date
-    // of fdtDailySummary, shown not modal.
+    host_.subShowDailySummary(fdtDailySummary->value());
 }
 
 void frmPowerSearch::fdtDailySummary_Click() {

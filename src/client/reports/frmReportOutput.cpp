@@ -83,15 +83,6 @@ private:
     std::vector<QWidget*> widgets_;
 };
 
-// The pointer is one setting, as the screen's pointer is: an hourglass left by a failed export
-// is replaced, not stacked, so the next successful export's reset clears it.
-void subShowHourglass() {
-    if (QApplication::overrideCursor())
-        QApplication::changeOverrideCursor(Qt::WaitCursor);
-    else
-        QApplication::setOverrideCursor(Qt::WaitCursor);
-}
-
 } // namespace
 
 // The assignment at the table's current row, or none when its camera is not set.
@@ -272,7 +263,7 @@ void frmReportOutput::cmdExport_Click() {
 // as the client has always done.
 void frmReportOutput::subWriteGridExport(bool (*write)(const output::ShownReport&, const QString&),
                                          const QString& path) {
-    subShowHourglass();
+    modShared::subShowHourglass();
     const output::ShownReport report{*grid_->groupingModel(), grid_->displayColumns(),
                                      windowTitle()};
     if (write(report, path)) QApplication::restoreOverrideCursor();

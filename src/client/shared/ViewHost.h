@@ -44,6 +44,10 @@ public:
     virtual void subShowChart(const QString& title,
                               const std::shared_ptr<rs::Recordset>& records) = 0;
 
+    // Opens a new Daily Summary view of the day of `reportDate` as a child window, its summary
+    // built first; several may be open at once.
+    virtual void subShowDailySummary(double reportDate) = 0;
+
     // The full connect has loaded the lookups: the search views may fill their lists.
     virtual void subConnected() = 0;
 

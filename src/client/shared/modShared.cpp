@@ -184,6 +184,13 @@ QSize fncFittedSize(const QWidget* view, QSize designed) {
     return needed;
 }
 
+void subShowHourglass() {
+    if (QApplication::overrideCursor())
+        QApplication::changeOverrideCursor(Qt::WaitCursor);
+    else
+        QApplication::setOverrideCursor(Qt::WaitCursor);
+}
+
 void subShowRunTimeError(int number, const QString& description) {
     fncMessageBox(u"Run-time error '%1':\n\n%2"_s.arg(number).arg(description),
                   core::applicationTitle(), vbCritical);

@@ -41,6 +41,11 @@ int fncTitleBarWidth(const QString& title);
 // designed size, what its layout needs and what its title needs.
 QSize fncFittedSize(const QWidget* view, QSize designed);
 
+// The hourglass pointer. It is one setting, as the screen's pointer is: an hourglass left by a
+// failed step is replaced, not stacked, so the next step that ends well clears it with one
+// restore.
+void subShowHourglass();
+
 // The language's run-time error box: "Run-time error 'N':", a blank line and the description,
 // under the application title with the critical icon.
 void subShowRunTimeError(int number, const QString& description);

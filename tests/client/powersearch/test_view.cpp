@@ -4,10 +4,12 @@
 
 #include "PowerSearchTest.h"
 
+#include "summary/frmDailySummary.h"
 #include "vb/Convert.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QListWidget>
@@ -248,6 +250,30 @@ TEST_F(SearchView, GenerateReportRunsThePowerSearchOnItsTab) {
     view().cmdRun->click();
     ASSERT_EQ(reports().size(), 1);
     EXPECT_TRUE(reports()[0]->ReportTitle().endsWith(u", List"_s));
+}
+
+// Each press opens a Daily Summary of its own for the Target Date. A copy of the demo site: the
+// summary's two-stage report leaves a session table behind.
+TEST_F(SearchView, GenerateReportOnTheDailySummaryTabOpensAViewPerPress) {
+    const QString copy = dir_.filePath(u"demo.tsite"_s);
+    ASSERT_TRUE(QFile::copy(testsupport::demoSite().path, copy));
+    modMain::subFullConnect(*main_, copy, 0);
+    ASSERT_TRUE(gConnected);
+    frmPowerSearch& v = view();
+    v.tabReports->setCurrentIndex(2);
+    v.fdtDailySummary->setValue(testsupport::at(2003, 3, 27));
+    v.cmdRun->click();
+    v.cmdRun->click();
+    QList<frmDailySummary*> opened;
+    for (QMdiSubWindow* w : main_->mdiArea()->subWindowList())
+        if (auto* summary = qobject_cast<frmDailySummary*>(w->widget())) opened << summary;
+    ASSERT_EQ(opened.size(), 2);
+    EXPECT_NE(opened[0]->summary(), opened[1]->summary());
+    for (frmDailySummary* summary : opened) {
+        EXPECT_EQ(summary->ReportDate(), testsupport::at(2003, 3, 27));
+        EXPECT_EQ(summary->windowTitle(), u"Daily Summary Report - Thursday, March 27, 2003"_s);
+        EXPECT_FALSE(summary->isHidden());
+    }
 }
 
 TEST_F(SearchView, OnlyTheProgramClosesItAndNothingResizesIt) {

@@ -55,6 +55,7 @@ public:
     void subSetStatusPanel(const QString&, const QString&) override {}
     void subShowReport(const client::ReportRequest&) override {}
     void subShowChart(const QString&, const std::shared_ptr<rs::Recordset>&) override {}
+    void subShowDailySummary(double) override {}
     void subConnected() override {}
     dvr::Endpoints dvrEndpoints() const override { return {}; }
 
