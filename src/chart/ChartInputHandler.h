@@ -22,7 +22,7 @@ struct ViewAngles {
 // The view the chart opens with and a double-click returns to; the zoom is far enough back that
 // the labels of every row fit beside the bars.
 inline constexpr ViewAngles kOpeningAngles{};
-inline constexpr float kOpeningZoom = 80.0f;
+inline constexpr float kOpeningZoom = 72.0f;
 
 ViewAngles fncViewAngles(const Q3DCamera& camera);
 void subSetViewAngles(Q3DCamera& camera, ViewAngles angles);
