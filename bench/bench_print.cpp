@@ -37,8 +37,6 @@ int printOnce(const std::shared_ptr<rs::Recordset>& records, const QString& path
 
     QPdfWriter writer(path);
     writer.setPageLayout(output::fncDefaultPageLayout());
-    QFont header = QGuiApplication::font();
-    header.setPointSize(12);
     const output::PrintedReport report{
         grouping,
         lines,
@@ -47,7 +45,7 @@ int printOnce(const std::shared_ptr<rs::Recordset>& records, const QString& path
         output::fncPageHeader(u"Sales"_s),
         output::fncPageFooter(u"3/28/2003 14:05:09"_s),
         QGuiApplication::font(),
-        header};
+        output::fncPageHeaderFont(QGuiApplication::font())};
     const output::ReportPages pages(report, writer);
     pages.print(writer);
     return pages.pageCount();

@@ -61,6 +61,12 @@ QString fncPageFooter(const QString& generated) {
     return u"\\t\\p\\tGenerated "_s + generated;
 }
 
+QFont fncPageHeaderFont(const QFont& gridFont) {
+    QFont font = gridFont;
+    font.setPointSize(12);
+    return font;
+}
+
 QPageLayout fncDefaultPageLayout(const QLocale& locale) {
     const bool inches = locale.measurementSystem() == QLocale::ImperialUSSystem;
     return QPageLayout(QPageSize(inches ? QPageSize::Letter : QPageSize::A4), QPageLayout::Portrait,

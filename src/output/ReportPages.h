@@ -58,6 +58,9 @@ QString fncPageHeader(const QString& caption);
 // "\t\p\tGenerated " + the view's opening time: the page number centred, the time on the right.
 QString fncPageFooter(const QString& generated);
 
+// The page header's font: the grid's header font at 12 points.
+QFont fncPageHeaderFont(const QFont& gridFont);
+
 // The paper a report prints on until the user picks another: the locale's (Letter where paper is
 // measured in inches, else A4), upright, with half-inch margins.
 QPageLayout fncDefaultPageLayout(const QLocale& locale = QLocale::system());

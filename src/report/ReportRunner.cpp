@@ -50,6 +50,13 @@ std::optional<QString> readPassword(const QString& path) {
 
 ReportRunner::ReportRunner(core::Session& session, double now) : session_(session), now_(now) {}
 
+// As the Power Search view's handler of `routine` does: logged under the view's name, and told.
+std::nullopt_t ReportRunner::failed(const vb::VbError& error, const QString& routine) {
+    modError::subLogError(session_, error, u"frmPowerSearch"_s, routine);
+    tell(error.description());
+    return std::nullopt;
+}
+
 void ReportRunner::tell(const QString& message) {
     if (session_.messages()) session_.messages()->showMessage(message, u"tillsight-report"_s);
 }
@@ -151,9 +158,7 @@ std::optional<ReportResult> ReportRunner::fetchFixed(const FixedReport& report,
         session_.fixedReports().setFilter(QString());
         return result;
     } catch (const vb::VbError& error) {
-        modError::subLogError(session_, error, u"frmPowerSearch"_s, u"subRunFixedReport"_s);
-        tell(error.description());
-        return std::nullopt;
+        return failed(error, u"subRunFixedReport"_s);
     }
 }
 
@@ -184,9 +189,7 @@ std::optional<ReportResult> ReportRunner::fetchSaved(const SavedSearch& search,
         return ReportResult{session_.TillsightLink().OpenRecordset(text.query),
                             modPowerSearch::fncSavedSearchTitle(storedTitle, criteria), 0};
     } catch (const vb::VbError& error) {
-        modError::subLogError(session_, error, u"frmPowerSearch"_s, u"subRunPowerSearch"_s);
-        tell(error.description());
-        return std::nullopt;
+        return failed(error, u"subRunPowerSearch"_s);
     }
 }
 
@@ -194,20 +197,20 @@ std::optional<ReportResult> ReportRunner::fetchQuery(const QueryText& query) {
     try {
         return ReportResult{session_.TillsightLink().OpenRecordset(query.text), QString(), 0};
     } catch (const vb::VbError& error) {
-        modError::subLogError(session_, error, u"frmPowerSearch"_s, u"subRunPowerSearch"_s);
-        tell(error.description());
-        return std::nullopt;
+        return failed(error, u"subRunPowerSearch"_s);
     }
 }
 
 // An empty result still gives a file (its header): a nightly report of a quiet day is news too.
 // The spreadsheet export alone refuses an empty set, with its own message.
+// Every kind starts from the view's opening state, its grouping sort included.
 bool ReportRunner::write(const ReportResult& result, const RunnerOptions& options) {
+    const output::OpenedReport opened(result.records, result.groupFirstN, result.title);
     switch (options.output) {
     case OutputKind::Xls:
         return writeXls(result, options.out);
     case OutputKind::Pdf:
-        return writePdf(result, options.out);
+        return writePdf(opened, options.out);
     case OutputKind::Bmp:
     case OutputKind::Png:
         return writeChart(result, options);
@@ -215,7 +218,6 @@ bool ReportRunner::write(const ReportResult& result, const RunnerOptions& option
     case OutputKind::Html:
         break;
     }
-    const output::OpenedReport opened(result.records, result.groupFirstN, result.title);
     const bool written = options.output == OutputKind::Text
                              ? output::writeDelimitedText(opened.shown(), options.out)
                              : output::writeHtmlTable(opened.shown(), options.out);
@@ -243,7 +245,6 @@ bool ReportRunner::writeWhole(const QString& path,
 // The spreadsheet follows the set's order after the view's grouping sort, as the client's export
 // of an unchanged view does.
 bool ReportRunner::writeXls(const ReportResult& result, const QString& path) {
-    const output::OpenedReport sorted(result.records, result.groupFirstN, result.title);
     return writeWhole(path, [&](const QString& partial) {
         std::shared_ptr<rs::Recordset> records = result.records;
         records->moveFirst();
@@ -255,8 +256,7 @@ bool ReportRunner::writeXls(const ReportResult& result, const QString& path) {
 
 // The pages the report view prints when it has just opened: columns fitted, every group open,
 // the title on top and this run's time in the footer.
-bool ReportRunner::writePdf(const ReportResult& result, const QString& path) {
-    const output::OpenedReport opened(result.records, result.groupFirstN, result.title);
+bool ReportRunner::writePdf(const output::OpenedReport& opened, const QString& path) {
     const output::ShownReport shown = opened.shown();
     RowLayout lines;
     lines.rebuild(&opened.rows(), [](const QModelIndex&) { return true; });
@@ -266,8 +266,6 @@ bool ReportRunner::writePdf(const ReportResult& result, const QString& path) {
         writer.setTitle(shown.title);
         writer.setCreator(u"tillsight-report"_s);
         const QFont font = QGuiApplication::font();
-        QFont headerFont = font;
-        headerFont.setPointSize(12);
         const output::PrintedReport printed{
             opened.rows(),
             lines,
@@ -276,7 +274,7 @@ bool ReportRunner::writePdf(const ReportResult& result, const QString& path) {
             output::fncPageHeader(shown.title),
             output::fncPageFooter(output::fncGeneratedText(now_)),
             font,
-            headerFont,
+            output::fncPageHeaderFont(font),
             kIndentation};
         const bool printed_ = output::ReportPages(printed, writer).print(writer);
         if (!printed_) tell(u"cannot write \"%1\""_s.arg(path));
@@ -287,7 +285,6 @@ bool ReportRunner::writePdf(const ReportResult& result, const QString& path) {
 // The chart view's chart of the set as an unchanged report view holds it (its grouping sort),
 // at the size the view opens with. More than 32,767 rows overflow, as in the view.
 bool ReportRunner::writeChart(const ReportResult& result, const RunnerOptions& options) {
-    const output::OpenedReport sorted(result.records, result.groupFirstN, result.title);
     try {
         const chart::ChartShape shape = chart::fncChartShape(*result.records);
         const chart::ChartData data = chart::fncChartData(*result.records, shape);

@@ -13,6 +13,12 @@
 #include <memory>
 #include <optional>
 
+namespace output {
+class OpenedReport;
+}
+namespace vb {
+class VbError;
+}
 namespace core {
 class Session;
 struct SearchCriteria;
@@ -49,13 +55,14 @@ private:
     void applyInterval(const RunnerOptions& options, core::SearchCriteria& criteria) const;
     bool write(const ReportResult& result, const RunnerOptions& options);
     bool writeXls(const ReportResult& result, const QString& path);
-    bool writePdf(const ReportResult& result, const QString& path);
+    bool writePdf(const output::OpenedReport& opened, const QString& path);
     bool writeChart(const ReportResult& result, const RunnerOptions& options);
     bool writeDailySummary(const DailySummary& summary, const RunnerOptions& options);
     // Has `make` write a file of its own beside `path`, and moves it over `path` only when whole:
     // a refused report leaves the target as it was, a partial one leaves nothing.
     bool writeWhole(const QString& path, const std::function<bool(const QString& partial)>& make);
     void tell(const QString& message);
+    std::nullopt_t failed(const vb::VbError& error, const QString& routine);
 
     core::Session& session_;
     double now_;

@@ -310,8 +310,6 @@ output::PrintedReport frmReportOutput::fncPrintedReport() const {
     const QList<int> columns = grid_->displayColumns();
     for (const int column : columns)
         widths.append(grid_->columnWidth(column) * toPoints);
-    QFont header = body.header()->font();
-    header.setPointSize(12);
     return {*grid_->groupingModel(),
             body.rowLayout(),
             columns,
@@ -319,7 +317,7 @@ output::PrintedReport frmReportOutput::fncPrintedReport() const {
             output::fncPageHeader(mstrReportTitle),
             output::fncPageFooter(mstrGenerated),
             body.font(),
-            header,
+            output::fncPageHeaderFont(body.header()->font()),
             body.indentation() * toPoints};
 }
 
