@@ -15,10 +15,10 @@
 #include "vb/VbError.h"
 
 #include <QApplication>
-#include <QFile>
 #include <QHBoxLayout>
 #include <QPrinter>
 #include <QPushButton>
+#include <QSaveFile>
 #include <QTextBrowser>
 #include <QTextDocument>
 
@@ -128,10 +128,10 @@ void frmDailySummary::cmdExport_Click() {
     const std::optional<QString> path = modSaveAs::fncSaveAs({u"HTML File|*.htm"_s, u".htm"_s});
     if (!path) return;
     modShared::subShowHourglass();
-    if (QFile::exists(*path) && !QFile::remove(*path)) return;
-    QFile file(*path);
+    // Written beside the file and moved over it whole: a failed export leaves the old one.
+    QSaveFile file(*path);
     const QByteArray bytes = vb::encodeCp1252(summary_->HTML());
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.flush())
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
         return;
     QApplication::restoreOverrideCursor();
 }
