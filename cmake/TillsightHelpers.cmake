@@ -17,12 +17,13 @@ function(tillsight_add_library name)
   tillsight_warnings(${name})
 endfunction()
 
-# tillsight_add_test(<name> SOURCES ... DEPENDS ... [NEEDS_GUI] [NEEDS_GL])
+# tillsight_add_test(<name> SOURCES ... DEPENDS ... [NEEDS_GUI] [NEEDS_GL] [NEEDS_POSTGRES])
 # Every GoogleTest case becomes its own CTest test. NEEDS_GUI runs it on the offscreen platform;
 # NEEDS_GL labels it "gl": scripts/test.sh runs those under xvfb-run, because OpenGL does not work
-# on the offscreen platform.
+# on the offscreen platform. NEEDS_POSTGRES runs it with the run's PostgreSQL cluster
+# (tests/postgres), whose folder it finds in TILLSIGHT_PG_DIR.
 function(tillsight_add_test name)
-  cmake_parse_arguments(ARG "NEEDS_GUI;NEEDS_GL" "" "SOURCES;DEPENDS" ${ARGN})
+  cmake_parse_arguments(ARG "NEEDS_GUI;NEEDS_GL;NEEDS_POSTGRES" "" "SOURCES;DEPENDS" ${ARGN})
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} GTest::gtest GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
@@ -30,6 +31,11 @@ function(tillsight_add_test name)
   set(env "TZ=UTC" "LC_ALL=C.UTF-8")
   if(ARG_NEEDS_GUI)
     list(APPEND env "QT_QPA_PLATFORM=offscreen")
+  endif()
+  set(fixtures "")
+  if(ARG_NEEDS_POSTGRES)
+    list(APPEND env "TILLSIGHT_PG_DIR=${TILLSIGHT_PG_DIR}")
+    set(fixtures FIXTURES_REQUIRED postgres)
   endif()
   set(label plain)
   if(ARG_NEEDS_GL)
@@ -40,7 +46,7 @@ function(tillsight_add_test name)
   set_target_properties(${name} PROPERTIES CROSSCOMPILING_EMULATOR "env;${env}")
   # Discovery runs at test time so that a GL test binary is never started without a display.
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_MODE PRE_TEST
-    PROPERTIES LABELS ${label})
+    PROPERTIES LABELS ${label} ${fixtures})
 endfunction()
 
 # tillsight_add_benchmark(<name> SOURCES ... DEPENDS ...)
