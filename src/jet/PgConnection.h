@@ -3,12 +3,12 @@
 // One connection to a PostgreSQL server, on libpq, for the dialect engine and the site tool.
 // Every failure is raised as vb::VbError carrying the server's own words: a value the server
 // refuses for its type is the dialect's 13, a cancel 3059, an error our own schema functions raise
-// with SQLSTATE "J" plus four digits the dialect number they name, anything else 3000 plus its
-// class. Nothing here knows the dialect: it runs PostgreSQL text.
+// with SQLSTATE "J" plus four digits the dialect number they name, a connection that cannot be
+// made or is lost 3151, anything else 3146 (the dialect's numbers for a server that cannot be
+// reached and a call the server failed). Nothing here knows the dialect: it runs PostgreSQL text.
 
 #include <QString>
 #include <QStringList>
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -19,6 +19,7 @@
 
 struct pg_conn;
 struct pg_cancel;
+struct pg_result;
 
 namespace jet {
 
@@ -77,7 +78,8 @@ public:
     // Streams rows into a table through COPY ... FROM STDIN (FORMAT text): produce is called with
     // a buffer to append text rows to (tab-separated, "\N" for Null, newline-ended) and returns
     // false when there are no more; the buffer is sent whenever it grows past a few hundred KiB.
-    void copyIn(const QString& copyCommand, const std::function<bool(std::string& buffer)>& produce);
+    void copyIn(const QString& copyCommand,
+                const std::function<bool(std::string& buffer)>& produce);
 
     // Asks the server to stop what this connection is running; safe from any thread while the
     // connection lives. The running call raises 3059.
@@ -100,13 +102,12 @@ public:
 
 private:
     PgConnection(pg_conn* conn, PgAddress address);
-    [[noreturn]] void raiseFrom(const char* what, struct pg_result* result = nullptr);
+    [[noreturn]] void raiseFrom(const char* what, pg_result* result = nullptr);
 
     pg_conn* conn_;
     PgAddress address_;
     std::mutex cancelling_;
     pg_cancel* cancel_ = nullptr;
-    std::atomic<bool> cancelRequested_{false};
 };
 
 // SQLSTATE classes and the dialect numbers they become.

@@ -7,6 +7,7 @@
 #include "jet/PgConnection.h"
 
 #include <QFile>
+#include <QHash>
 #include <QProcessEnvironment>
 #include <QRandomGenerator>
 #include <QString>
@@ -31,7 +32,8 @@ inline QHash<QString, QString> pgClusterVariables(const QString& dir = pgCluster
     QHash<QString, QString> vars;
     for (const QByteArray& line : file.readAll().split('\n')) {
         const int eq = line.indexOf('=');
-        if (eq > 0) vars.insert(QString::fromUtf8(line.left(eq)), QString::fromUtf8(line.mid(eq + 1)));
+        if (eq > 0)
+            vars.insert(QString::fromUtf8(line.left(eq)), QString::fromUtf8(line.mid(eq + 1)));
     }
     return vars;
 }
@@ -49,8 +51,8 @@ inline jet::PgAddress pgAdminAddress(const QString& database = QStringLiteral("p
     return a;
 }
 
-inline std::unique_ptr<jet::PgConnection> pgAdminConnection(
-    const QString& database = QStringLiteral("postgres")) {
+inline std::unique_ptr<jet::PgConnection>
+pgAdminConnection(const QString& database = QStringLiteral("postgres")) {
     jet::PgConnection::Options options;
     options.address = pgAdminAddress(database);
     options.sslMode = QStringLiteral("require");
@@ -61,8 +63,8 @@ inline std::unique_ptr<jet::PgConnection> pgAdminConnection(
 class PgScratchDatabase {
 public:
     explicit PgScratchDatabase(const QString& prefix = QStringLiteral("t")) {
-        name_ = QStringLiteral("%1_%2").arg(prefix).arg(QRandomGenerator::global()->generate64(),
-                                                        0, 36);
+        name_ = QStringLiteral("%1_%2").arg(prefix).arg(QRandomGenerator::global()->generate64(), 0,
+                                                        36);
         pgAdminConnection()->exec(QStringLiteral("CREATE DATABASE %1").arg(name_));
     }
     ~PgScratchDatabase() {
