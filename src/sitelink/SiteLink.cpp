@@ -171,12 +171,17 @@ void SiteLink::Disconnect() {
 }
 
 void SiteLink::checkSiteStillThere() {
-    if (!engine_ || waiting_) return;
+    endIfGone(true);
+}
+
+bool SiteLink::endIfGone(bool report) {
+    if (!engine_ || waiting_) return false;
     const QString reason = engine_->goneReason();
-    if (reason.isEmpty()) return;
+    if (reason.isEmpty()) return false;
     dropEngine();
-    reportFailure({kNotConnected, reason});
+    if (report) reportFailure({kNotConnected, reason});
     emit Disconnected();
+    return true;
 }
 
 std::shared_ptr<rs::Recordset> SiteLink::OpenRecordset(const QString& queryText,
@@ -202,7 +207,7 @@ std::shared_ptr<rs::Recordset> SiteLink::OpenRecordset(const QString& queryText,
     setProgress(0);
     if (failure) {
         reportFailure(*failure);
-        checkSiteStillThere();
+        endIfGone(false); // the failure said what happened
         return nullptr;
     }
     emit StatusChanged(QStringLiteral("Ready"));
@@ -218,7 +223,7 @@ void SiteLink::Execute(const QString& queryText) {
     emit OperationTimed(static_cast<int>(timer.elapsed()));
     if (failure) {
         reportFailure(*failure);
-        checkSiteStillThere();
+        endIfGone(false); // the failure said what happened
         return;
     }
     emit StatusChanged(QStringLiteral("Ready"));

@@ -94,6 +94,8 @@ private:
     void reportFailure(const Failure& failure);
     void dropEngine();
     void checkSiteStillThere();
+    // Ends the connection when the engine says its site is gone; says why unless told not to.
+    bool endIfGone(bool report);
     bool requireConnection();
 
     ConnectParams params_;
