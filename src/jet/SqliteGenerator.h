@@ -8,6 +8,7 @@
 #include "jet/Ast.h"
 #include "jet/Binder.h"
 #include "jet/Catalog.h"
+#include "jet/EngineShared.h"
 
 #include <QString>
 #include <QStringList>
@@ -32,21 +33,12 @@ public:
     // What a statement with effects runs, in order (SELECT ... INTO becomes CREATE + INSERT).
     Commands commands(const Statement& statement) const;
 
-    // A crosstab's column: its name and the stored values that fall into it. Values found in
-    // the data are matched exactly (texts differing only in letter case share a column, each
-    // variant listed); values of an IN list are matched as the dialect compares.
-    struct PivotColumn {
-        QString name;
-        std::vector<vb::Variant> values;
-        bool fromInList = false;
-    };
+    using PivotColumn = jet::PivotColumn;
 
     // The two steps of a crosstab: first the distinct pivot values, ordered so that the texts
     // of one column are neighbours; then, given the columns, the query itself.
     QString pivotValues(const Transform& t) const;
     QString crosstab(const Transform& t, const std::vector<PivotColumn>& columns) const;
-    // A crosstab's column name for a pivot value.
-    static QString pivotColumnName(const vb::Variant& value);
 
     // An expression's text as a value (-1/0 for truths) or as a condition.
     QString value(const Expr& e) const;
