@@ -94,6 +94,7 @@ QString SqliteGenerator::literal(const vb::Variant& v) {
 }
 
 QString SqliteGenerator::value(const Expr& e) const {
+    if (auto given = substitutes_.constFind(&e); given != substitutes_.constEnd()) return *given;
     switch (e.kind) {
     case ExprKind::Literal:
         return literal(e.value);
@@ -115,6 +116,7 @@ QString SqliteGenerator::value(const Expr& e) const {
 }
 
 QString SqliteGenerator::condition(const Expr& e) const {
+    if (substitutes_.contains(&e)) return u'(' + value(e) + u" <> 0)"_s;
     switch (e.kind) {
     case ExprKind::Unary:
         return e.op == Op::Not ? unary(e, true) : value(e);

@@ -10,6 +10,7 @@
 #include "jet/Catalog.h"
 #include "jet/EngineShared.h"
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 #include <span>
@@ -43,6 +44,10 @@ public:
     // An expression's text as a value (-1/0 for truths) or as a condition.
     QString value(const Expr& e) const;
     QString condition(const Expr& e) const;
+
+    // Writes `text` (a bound parameter, say) wherever e stands, for the local evaluation of an
+    // expression whose other parts another engine computed.
+    void substitute(const Expr* e, QString text) { substitutes_.insert(e, std::move(text)); }
 
     static QString quoted(const QString& name);
     static QString literal(const vb::Variant& v);
@@ -80,6 +85,7 @@ private:
 
     const Binding& binding_;
     const Catalog& catalog_;
+    QHash<const Expr*, QString> substitutes_;
     // While a crosstab cell is written: the FILTER clause its aggregates take.
     mutable QString pivotFilter_;
 };
