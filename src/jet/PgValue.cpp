@@ -155,8 +155,10 @@ vb::Variant variantFromPg(const PgField& field, SqlType type) {
     case SqlType::Currency:
         return vb::Variant(currencyFromNumeric(b));
     case SqlType::Date: {
-        const double linear =
-            kPgEpochSerial + static_cast<double>(bigEndian<std::int64_t>(b)) / kMicrosecondsPerDay;
+        // Counted from 1899-12-30 in whole microseconds first, so that a moment of whole seconds
+        // divides into exactly the serial the language computes.
+        const std::int64_t micros = bigEndian<std::int64_t>(b) + kPgEpochSerial * 86400000000LL;
+        const double linear = static_cast<double>(micros) / kMicrosecondsPerDay;
         return vb::Variant::date(storage::serialFromLinear(linear));
     }
     case SqlType::Text:
@@ -165,6 +167,31 @@ vb::Variant variantFromPg(const PgField& field, SqlType type) {
         break;
     }
     return vb::Variant(QString::fromUtf8(b.data(), static_cast<qsizetype>(b.size())));
+}
+
+QString pgCurrencyText(vb::Currency money) {
+    const std::int64_t scaled = money.scaled;
+    const std::uint64_t magnitude =
+        scaled < 0 ? 0 - static_cast<std::uint64_t>(scaled) : static_cast<std::uint64_t>(scaled);
+    return u"%1%2.%3"_s.arg(scaled < 0 ? u"-"_s : QString())
+        .arg(magnitude / 10000)
+        .arg(magnitude % 10000, 4, 10, QChar(u'0'));
+}
+
+QString pgTimestampText(double serial) {
+    // On the linear day line, to the microsecond the server keeps.
+    const double linear = storage::linearFromSerial(serial);
+    const auto micros = static_cast<std::int64_t>(std::llround(linear * kMicrosecondsPerDay));
+    constexpr std::int64_t kDay = 86400000000LL;
+    const std::int64_t days = micros >= 0 ? micros / kDay : -((-micros + kDay - 1) / kDay);
+    const std::int64_t inDay = micros - days * kDay;
+    const std::int64_t seconds = inDay / 1000000;
+    QString text = u"%1 %2:%3:%4"_s.arg(QDate(1899, 12, 30).addDays(days).toString(u"yyyy-MM-dd"_s))
+                       .arg(seconds / 3600, 2, 10, QChar(u'0'))
+                       .arg(seconds / 60 % 60, 2, 10, QChar(u'0'))
+                       .arg(seconds % 60, 2, 10, QChar(u'0'));
+    if (inDay % 1000000) text += u".%1"_s.arg(inDay % 1000000, 6, 10, QChar(u'0'));
+    return text;
 }
 
 QString pgLiteral(const vb::Variant& v, SqlType type) {
@@ -182,30 +209,10 @@ QString pgLiteral(const vb::Variant& v, SqlType type) {
         return u"CAST(%1 AS real)"_s.arg(number(vb::csng(v)));
     case SqlType::Double:
         return u"CAST(%1 AS double precision)"_s.arg(number(vb::cdbl(v)));
-    case SqlType::Currency: {
-        const std::int64_t scaled = vb::ccur(v).scaled;
-        const std::uint64_t magnitude = scaled < 0 ? 0 - static_cast<std::uint64_t>(scaled)
-                                                   : static_cast<std::uint64_t>(scaled);
-        return u"CAST(%1%2.%3 AS numeric)"_s.arg(scaled < 0 ? u"-"_s : QString())
-            .arg(magnitude / 10000)
-            .arg(magnitude % 10000, 4, 10, QChar(u'0'));
-    }
-    case SqlType::Date: {
-        // On the linear day line, to the microsecond the server keeps.
-        const double linear = storage::linearFromSerial(vb::cdate(v));
-        const auto micros = static_cast<std::int64_t>(std::llround(linear * kMicrosecondsPerDay));
-        const std::int64_t days =
-            micros >= 0 ? micros / 86400000000LL : -((-micros + 86399999999LL) / 86400000000LL);
-        const std::int64_t inDay = micros - days * 86400000000LL;
-        const QDate date = QDate(1899, 12, 30).addDays(days);
-        const std::int64_t seconds = inDay / 1000000;
-        QString text = u"%1 %2:%3:%4"_s.arg(date.toString(u"yyyy-MM-dd"_s))
-                           .arg(seconds / 3600, 2, 10, QChar(u'0'))
-                           .arg(seconds / 60 % 60, 2, 10, QChar(u'0'))
-                           .arg(seconds % 60, 2, 10, QChar(u'0'));
-        if (inDay % 1000000) text += u".%1"_s.arg(inDay % 1000000, 6, 10, QChar(u'0'));
-        return u"TIMESTAMP '"_s + text + u'\'';
-    }
+    case SqlType::Currency:
+        return u"CAST("_s + pgCurrencyText(vb::ccur(v)) + u" AS numeric)"_s;
+    case SqlType::Date:
+        return u"TIMESTAMP '"_s + pgTimestampText(vb::cdate(v)) + u'\'';
     case SqlType::Text:
     case SqlType::Memo:
     case SqlType::Unknown:

@@ -28,6 +28,10 @@ vb::Variant variantFromPg(const PgField& field, SqlType type);
 // A value as a PostgreSQL constant of the dialect type's wire type.
 QString pgLiteral(const vb::Variant& value, SqlType type);
 
+// The server's text of a money value and of a moment (a serial), as COPY and constants write them.
+QString pgCurrencyText(vb::Currency money);
+QString pgTimestampText(double serial);
+
 // Days between 1899-12-30 (the serial's zero) and 2000-01-01 (PostgreSQL's).
 constexpr int kPgEpochSerial = 36526;
 

@@ -595,6 +595,8 @@ QString PostgresGenerator::selectCore(const Select& s, const QStringList& list,
                                       const QStringList& extraColumns) const {
     QString sql = u"SELECT "_s + (s.distinct ? u"DISTINCT "_s : QString()) +
                   (list + extraColumns).join(u", "_s);
+    // The rows and the groups themselves, not the spelling a group shows.
+    ++inAggregate_;
     sql += fromClause(s.from);
     if (s.where) sql += u" WHERE "_s + condition(*s.where);
     if (!s.groupBy.empty()) {
@@ -603,6 +605,7 @@ QString PostgresGenerator::selectCore(const Select& s, const QStringList& list,
             groups << (isText(binding_.typeOf(g.get())) ? key(value(*g)) : value(*g));
         sql += u" GROUP BY "_s + groups.join(u", "_s);
     }
+    --inAggregate_;
     if (s.having) sql += u" HAVING "_s + condition(*s.having);
     return sql;
 }
@@ -618,11 +621,18 @@ QString PostgresGenerator::orderTerms(const Select& s) const {
             const ResolvedColumn* c = binding_.column(o.expr.get());
             const QString printed = printExpression(*o.expr);
             for (std::size_t i = 0; i < outputs.size() && term.isEmpty(); ++i) {
-                const bool same =
-                    (c && outputs[i].name.compare(c->column, Qt::CaseInsensitive) == 0) ||
-                    (outputs[i].expr && outputs[i].expr->kind != ExprKind::Star &&
-                     printExpression(*outputs[i].expr) == printed);
-                if (same)
+                const Expr* shown = outputs[i].expr;
+                const ResolvedColumn* sc =
+                    shown && shown->kind == ExprKind::Column ? binding_.column(shown) : nullptr;
+                const bool sameColumn =
+                    c && (c->outputAlias
+                              ? outputs[i].name.compare(c->column, Qt::CaseInsensitive) == 0
+                              : sc && sc->source.compare(c->source, Qt::CaseInsensitive) == 0 &&
+                                    sc->column.compare(c->column, Qt::CaseInsensitive) == 0);
+                const bool sameExpression =
+                    shown && shown->kind != ExprKind::Star &&
+                    printExpression(*shown).compare(printed, Qt::CaseInsensitive) == 0;
+                if (sameColumn || sameExpression)
                     term = isText(outputs[i].type.type) ? key(quoted(outputs[i].name))
                                                         : quoted(outputs[i].name);
             }
@@ -772,9 +782,10 @@ QString PostgresGenerator::pivotValues(const Transform& t) const {
         QString sql = u"SELECT DISTINCT CAST("_s + value(*t.pivot) + u" AS "_s + pgWireType(type) +
                       u") AS v"_s + fromClause(s.from);
         if (s.where) sql += u" WHERE "_s + condition(*s.where);
-        return sql + (isText(type) ? u" ORDER BY "_s + key(u"v"_s) + u" NULLS FIRST, v"_s +
-                                         kTextOrder + u" NULLS FIRST"_s
-                                   : u" ORDER BY v NULLS FIRST"_s);
+        return u"SELECT v FROM ("_s + sql + u") AS jet_pivot"_s +
+               (isText(type) ? u" ORDER BY "_s + key(u"v"_s) + u" NULLS FIRST, v"_s + kTextOrder +
+                                   u" NULLS FIRST"_s
+                             : u" ORDER BY v NULLS FIRST"_s);
     });
 }
 
