@@ -18,9 +18,11 @@ $$;
 -- before that day counts away from zero.
 CREATE OR REPLACE FUNCTION jet_serial(t timestamp) RETURNS double precision
 LANGUAGE sql IMMUTABLE STRICT PARALLEL SAFE AS $$
-    SELECT CASE WHEN l >= 0 OR l = floor(l) THEN l ELSE 2 * floor(l) - l END
-    FROM (SELECT CAST(extract(epoch FROM t - TIMESTAMP '1899-12-30') AS double precision)
-                 / 86400 AS l) AS linear
+    -- The day and the time of day joined as the language joins them, so the sum rounds alike.
+    SELECT CASE WHEN day >= 0 THEN day + time ELSE day - time END
+    FROM (SELECT CAST(CAST(t AS date) - DATE '1899-12-30' AS double precision) AS day,
+                 CAST(extract(epoch FROM t - date_trunc('day', t)) AS double precision)
+                     / 86400 AS time) AS parts
 $$;
 
 CREATE OR REPLACE FUNCTION jet_date(serial double precision) RETURNS timestamp
@@ -214,3 +216,51 @@ CREATE OR REPLACE AGGREGATE jet_first(anyelement) (
 CREATE OR REPLACE AGGREGATE jet_last(anyelement) (
     SFUNC = jet_last_step, STYPE = anyarray, FINALFUNC = jet_held, FINALFUNC_EXTRA
 );
+
+-- StDev, Var, StDevP and VarP by Welford's running update, step for step as the file engine
+-- computes them, so that values far from their spread (moments) give the same digits.
+CREATE OR REPLACE FUNCTION jet_spread_step(s double precision[], x double precision)
+RETURNS double precision[] LANGUAGE plpgsql IMMUTABLE PARALLEL SAFE AS $$
+DECLARE
+    n double precision;
+    delta double precision;
+    mean double precision;
+BEGIN
+    IF x IS NULL THEN
+        RETURN s;
+    END IF;
+    n := s[1] + 1;
+    delta := x - s[2];
+    mean := s[2] + delta / n;
+    RETURN ARRAY[n, mean, s[3] + delta * (x - mean)];
+END
+$$;
+
+-- A sample's spread is Null below two values, a population's without values.
+CREATE OR REPLACE FUNCTION jet_variance(s double precision[], sample boolean)
+RETURNS double precision LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$
+    SELECT CASE WHEN s[1] - CASE WHEN sample THEN 1 ELSE 0 END < 1 THEN NULL
+                ELSE s[3] / (s[1] - CASE WHEN sample THEN 1 ELSE 0 END) END
+$$;
+
+CREATE OR REPLACE FUNCTION jet_var_final(s double precision[]) RETURNS double precision
+LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$ SELECT jet_variance(s, true) $$;
+CREATE OR REPLACE FUNCTION jet_varp_final(s double precision[]) RETURNS double precision
+LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$ SELECT jet_variance(s, false) $$;
+CREATE OR REPLACE FUNCTION jet_stdev_final(s double precision[]) RETURNS double precision
+LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$ SELECT sqrt(jet_variance(s, true)) $$;
+CREATE OR REPLACE FUNCTION jet_stdevp_final(s double precision[]) RETURNS double precision
+LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$ SELECT sqrt(jet_variance(s, false)) $$;
+
+CREATE OR REPLACE AGGREGATE jet_var(double precision) (
+    SFUNC = jet_spread_step, STYPE = double precision[], INITCOND = '{0,0,0}',
+    FINALFUNC = jet_var_final);
+CREATE OR REPLACE AGGREGATE jet_varp(double precision) (
+    SFUNC = jet_spread_step, STYPE = double precision[], INITCOND = '{0,0,0}',
+    FINALFUNC = jet_varp_final);
+CREATE OR REPLACE AGGREGATE jet_stdev(double precision) (
+    SFUNC = jet_spread_step, STYPE = double precision[], INITCOND = '{0,0,0}',
+    FINALFUNC = jet_stdev_final);
+CREATE OR REPLACE AGGREGATE jet_stdevp(double precision) (
+    SFUNC = jet_spread_step, STYPE = double precision[], INITCOND = '{0,0,0}',
+    FINALFUNC = jet_stdevp_final);

@@ -180,13 +180,13 @@ const DialectFunction kFunctions[] = {
     {"last", 1, 1, Aggregate, kFirstArg, aggregateBody(stepFirstLast<true>, finalFirstLast), None,
      pgAggregate("jet_last")},
     {"stdev", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<true, true>), None,
-     pgAggregate("stddev_samp")},
+     pgAggregate("jet_stdev")},
     {"var", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<false, true>), None,
-     pgAggregate("var_samp")},
+     pgAggregate("jet_var")},
     {"stdevp", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<true, false>), None,
-     pgAggregate("stddev_pop")},
+     pgAggregate("jet_stdevp")},
     {"varp", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<false, false>), None,
-     pgAggregate("var_pop")},
+     pgAggregate("jet_varp")},
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "jet/Storage.h"
 #include "vb/Convert.h"
+#include "vb/DateTime.h"
 #include "vb/VbError.h"
 
 #include <QDate>
@@ -155,9 +156,11 @@ vb::Variant variantFromPg(const PgField& field, SqlType type) {
     case SqlType::Currency:
         return vb::Variant(currencyFromNumeric(b));
     case SqlType::Date: {
-        // Counted from 1899-12-30 in whole microseconds first, so that a moment of whole seconds
-        // divides into exactly the serial the language computes.
+        // Counted from 1899-12-30 in whole microseconds first; a moment of whole seconds becomes
+        // exactly the serial the language joins from its day and its time of day.
         const std::int64_t micros = bigEndian<std::int64_t>(b) + kPgEpochSerial * 86400000000LL;
+        if (micros % 1000000 == 0)
+            return vb::Variant::date(vb::serialFromLinearSeconds(micros / 1000000));
         const double linear = static_cast<double>(micros) / kMicrosecondsPerDay;
         return vb::Variant::date(storage::serialFromLinear(linear));
     }

@@ -515,13 +515,16 @@ QString PostgresGenerator::aggregate(const Expr& e, const DialectFunction& f) co
             return u'(' + filtered(name + u'(' + number(arg) + u')') + u" <> 0)"_s;
         return filtered(name + u'(' + value(arg) + u')');
     }
+    if (f.result.rule == ResultRule::FirstArg) return filtered(name + u'(' + value(arg) + u')');
+    if (isText(type))
+        notOnServer(e, u"Type mismatch: the server adds and spreads no text."_s,
+                    vb::err::TypeMismatch);
     if (name == u"sum" || name == u"avg") {
         const QString v = result == SqlType::Currency
                               ? number(arg)
                               : u"CAST("_s + number(arg) + u" AS double precision)"_s;
         return filtered(name + u'(' + v + u')');
     }
-    if (name.startsWith(u"jet_")) return filtered(name + u'(' + value(arg) + u')');
     return filtered(name + u"(CAST("_s + number(arg) + u" AS double precision))"_s);
 }
 
