@@ -130,6 +130,13 @@ BEGIN
 END
 $$;
 
+-- A character as itself in a regular expression: letters, digits and blanks stand for themselves
+-- (a backslash before them would make an escape), anything else is escaped.
+CREATE OR REPLACE FUNCTION jet_regex_char(c text) RETURNS text
+LANGUAGE sql IMMUTABLE STRICT PARALLEL SAFE AS $$
+    SELECT CASE WHEN c ~ '^[[:alnum:][:space:]]$' THEN c ELSE '\' || c END
+$$;
+
 -- A Like pattern with the ANSI wildcards as a regular expression over lower-case text:
 -- % any run, _ one character, [set] and [!set] one character of or outside a set; a [ without
 -- its ] is itself and [] stands for nothing. A range written backwards raises 93.
@@ -168,19 +175,18 @@ BEGIN
                             RAISE EXCEPTION USING ERRCODE = 'J0093',
                                 MESSAGE = 'Invalid pattern string';
                         END IF;
-                        class := class || '\' || substr(body, k, 1) || '-\' || substr(body, k + 2, 1);
+                        class := class || jet_regex_char(substr(body, k, 1)) || '-'
+                                 || jet_regex_char(substr(body, k + 2, 1));
                         k := k + 3;
                     ELSE
-                        class := class || '\' || substr(body, k, 1);
+                        class := class || jet_regex_char(substr(body, k, 1));
                         k := k + 1;
                     END IF;
                 END LOOP;
                 result := result || class || ']';
             END IF;
-        ELSIF c ~ '[[:alnum:][:space:]]' THEN
-            result := result || c;
         ELSE
-            result := result || '\' || c;
+            result := result || jet_regex_char(c);
         END IF;
         i := i + 1;
     END LOOP;

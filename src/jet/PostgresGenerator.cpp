@@ -207,7 +207,7 @@ QString PostgresGenerator::textOf(const Expr& e) const {
 }
 
 QString PostgresGenerator::key(const QString& valueText) const {
-    return u"lower("_s + valueText + u')' + kTextOrder;
+    return u"(lower("_s + valueText + u')' + kTextOrder + u')';
 }
 
 QString PostgresGenerator::column(const Expr& e) const {
