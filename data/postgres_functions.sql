@@ -258,15 +258,14 @@ LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$ SELECT sqrt(jet_variance(s, true)) $$
 CREATE OR REPLACE FUNCTION jet_stdevp_final(s double precision[]) RETURNS double precision
 LANGUAGE sql IMMUTABLE PARALLEL SAFE AS $$ SELECT sqrt(jet_variance(s, false)) $$;
 
-CREATE OR REPLACE AGGREGATE jet_var(double precision) (
-    SFUNC = jet_spread_step, STYPE = double precision[], INITCOND = '{0,0,0}',
-    FINALFUNC = jet_var_final);
-CREATE OR REPLACE AGGREGATE jet_varp(double precision) (
-    SFUNC = jet_spread_step, STYPE = double precision[], INITCOND = '{0,0,0}',
-    FINALFUNC = jet_varp_final);
-CREATE OR REPLACE AGGREGATE jet_stdev(double precision) (
-    SFUNC = jet_spread_step, STYPE = double precision[], INITCOND = '{0,0,0}',
-    FINALFUNC = jet_stdev_final);
-CREATE OR REPLACE AGGREGATE jet_stdevp(double precision) (
-    SFUNC = jet_spread_step, STYPE = double precision[], INITCOND = '{0,0,0}',
-    FINALFUNC = jet_stdevp_final);
+DO $$
+DECLARE
+    kind text;
+BEGIN
+    FOREACH kind IN ARRAY ARRAY['var', 'varp', 'stdev', 'stdevp'] LOOP
+        EXECUTE format('CREATE OR REPLACE AGGREGATE jet_%1$s(double precision) ('
+                       'SFUNC = jet_spread_step, STYPE = double precision[], '
+                       'INITCOND = ''{0,0,0}'', FINALFUNC = jet_%1$s_final)', kind);
+    END LOOP;
+END
+$$;

@@ -5,6 +5,7 @@
 
 #include "support/DemoSite.h"
 #include "support/ServerSite.h"
+#include "support/VbTestSupport.h"
 #include "vb/Convert.h"
 
 #include <cmath>
@@ -45,6 +46,28 @@ inline bool sameValue(const vb::Variant& a, const vb::Variant& b, bool caseBlind
         return a.stringValue().compare(b.stringValue(),
                                        caseBlind ? Qt::CaseInsensitive : Qt::CaseSensitive) == 0;
     return vb::compare(a, b) == 0;
+}
+
+// What a text did on one engine: its rows, or the rows it changed, or its error.
+struct Outcome {
+    std::shared_ptr<rs::Recordset> rows;
+    long long changed = -1;
+    int error = 0;
+    QString words;
+};
+
+template <typename Database> Outcome runOn(Database& db, const QString& text, bool readsRows) {
+    Outcome out;
+    try {
+        if (readsRows)
+            out.rows = db.query(text);
+        else
+            out.changed = db.execute(text);
+    } catch (const vb::VbError& e) {
+        out.error = e.number();
+        out.words = e.description();
+    }
+    return out;
 }
 
 inline QString shown(const vb::Variant& v) {

@@ -12,17 +12,11 @@ using namespace Qt::Literals::StringLiterals;
 using testsupport::bothSites;
 using testsupport::expectSameRows;
 
+using testsupport::errorOf;
+
 namespace {
 
 // The error a call raised, or 0.
-template <typename Work> int errorOf(Work work) {
-    try {
-        work();
-    } catch (const vb::VbError& e) {
-        return e.number();
-    }
-    return 0;
-}
 
 QString call(const jet::DialectFunction& f, int count, bool dollar, const QString& first) {
     QStringList args;
@@ -64,25 +58,16 @@ TEST(ServerFunctions, EveryFunctionGivesTheFileEnginesAnswerAtEveryArgumentCount
                         u" WHERE idftransid <= 40"_s +
                         (f.isAggregate() ? QString() : u" ORDER BY idftransid"_s);
                     SCOPED_TRACE(text.toStdString());
-                    std::shared_ptr<rs::Recordset> a, b;
-                    const int fileError = errorOf([&] { a = sites.file->query(text); });
-                    QString words;
-                    const int serverError = errorOf([&] {
-                        try {
-                            b = sites.server->query(text);
-                        } catch (const vb::VbError& e) {
-                            words = e.description();
-                            throw;
-                        }
-                    });
-                    EXPECT_EQ(fileError, serverError) << words.toStdString();
-                    if (fileError || serverError) continue;
+                    const auto a = testsupport::runOn(*sites.file, text, true);
+                    const auto b = testsupport::runOn(*sites.server, text, true);
+                    EXPECT_EQ(a.error, b.error) << b.words.toStdString();
+                    if (a.error || b.error) continue;
                     ++compared;
                     if (readsTheClock(f)) {
-                        EXPECT_EQ(a->field(0).type(), b->field(0).type());
-                        EXPECT_EQ(a->recordCount(), b->recordCount());
+                        EXPECT_EQ(a.rows->field(0).type(), b.rows->field(0).type());
+                        EXPECT_EQ(a.rows->recordCount(), b.rows->recordCount());
                     } else {
-                        expectSameRows(*a, *b, true);
+                        expectSameRows(*a.rows, *b.rows, true);
                     }
                 }
             }

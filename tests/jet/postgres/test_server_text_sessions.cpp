@@ -13,16 +13,9 @@
 using namespace Qt::Literals::StringLiterals;
 using testsupport::expectSameRows;
 
-namespace {
+using testsupport::errorOf;
 
-template <typename Work> int errorOf(Work work) {
-    try {
-        work();
-    } catch (const vb::VbError& e) {
-        return e.number();
-    }
-    return 0;
-}
+namespace {
 
 // A fresh site file and a fresh server site, given the same statements.
 class FreshSites : public ::testing::Test {
