@@ -51,6 +51,7 @@ void PostgresDatabase::installFunctions() {
 
 void PostgresDatabase::interrupt() {
     interrupted_ = true;
+    const std::lock_guard one(interrupting_);
     canceller_ = std::jthread([this](std::stop_token stop) {
         for (int i = 0; i < kCancelTries && !stop.stop_requested() && interrupted_; ++i) {
             if (busy_) conn_->cancel();

@@ -16,6 +16,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 namespace jet {
@@ -76,6 +77,7 @@ private:
     QString schemaStamp_;
     std::atomic<bool> interrupted_{false};
     std::atomic<bool> busy_{false};
+    std::mutex interrupting_; // keeps two interrupts from replacing the canceller at once
     // Sends the cancel again until the running call has taken it: one sent just before the server
     // starts the call would find nothing to stop.
     std::jthread canceller_;

@@ -4,6 +4,7 @@
 #include "jet/FunctionRegistry.h"
 #include "jet/GeneratorShared.h"
 #include "jet/JetError.h"
+#include "jet/PgConnection.h"
 #include "jet/PgValue.h"
 #include "jet/SqliteGenerator.h"
 
@@ -104,9 +105,7 @@ vb::Variant convertedFor(const vb::Variant& v, SqlType type) {
 } // namespace
 
 QString PostgresGenerator::quoted(const QString& name) {
-    QString q = name;
-    q.replace(u'"', u"\"\""_s);
-    return u'"' + q + u'"';
+    return PgConnection::quotedName(name);
 }
 
 // ---- values ----

@@ -151,10 +151,22 @@ TEST_F(FreshSites, SelectIntoKeepsTheDialectTypesAndTemporaryTablesStayWithTheir
     // Rows changed, as the dialect counts them.
     const QString writes[] = {u"UPDATE tblKinds SET x = x & '!' WHERE y = False"_s,
                               u"DELETE FROM tblStored WHERE ks > 3"_s,
-                              u"INSERT INTO tblStored (ks) SELECT k FROM tblKinds"_s};
+                              u"INSERT INTO tblStored (ks) SELECT k FROM tblKinds"_s,
+                              u"UPDATE tblKinds INNER JOIN tblStored ON tblStored.ks = tblKinds.k "
+                              u"SET tblKinds.d = tblStored.ks * 2, tblStored.xm = tblKinds.x"_s,
+                              u"UPDATE tblKinds LEFT JOIN tblStored ON tblStored.ks = tblKinds.s "
+                              u"SET tblStored.ks = tblKinds.s + 100"_s,
+                              u"DELETE tblStored.* FROM tblStored INNER JOIN tblKinds ON "
+                              u"tblStored.ks = tblKinds.k"_s,
+                              u"ALTER TABLE tblStored ADD COLUMN extra CURRENCY"_s,
+                              u"UPDATE tblStored SET extra = ks / 3"_s,
+                              u"CREATE INDEX idxKs ON tblStored (ks DESC)"_s};
     for (const QString& w : writes)
         EXPECT_EQ(file_->execute(w), server_->execute(w)) << w.toStdString();
     expectSame(u"SELECT * FROM tblStored ORDER BY ks"_s, true);
+    expectSame(u"SELECT * FROM tblKinds ORDER BY id"_s, true);
+    EXPECT_EQ(errorOf([&] { server_->execute(u"ALTER TABLE tblStored DROP COLUMN ks"_s); }),
+              jet::err::IndexedField);
 }
 
 TEST(ServerSessions, ACancelStopsALongReadAndLeavesTheConnectionUsable) {
