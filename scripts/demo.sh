@@ -9,9 +9,7 @@ root="$(cd "$(dirname "$0")/.." && pwd)"
 build="${TILLSIGHT_BUILD_DIR:-$root/build}"
 data="${TILLSIGHT_DATA_DIR:-${XDG_DATA_HOME:-$HOME/.local/share}/tillsight}"
 
-bash "$root/scripts/setup.sh"
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
-cmake --build "$build" --parallel "$(nproc)" --target tillsight tillsight-site tillsight-viewer
+bash "$root/scripts/build.sh" tillsight tillsight-site tillsight-viewer
 
 site_tool="$build/src/site/tillsight-site"
 client="$build/src/client/tillsight"

@@ -10,6 +10,8 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libqt6opengl6-dev qt6-datavisualization-dev qt6-declarative-dev
   # engines
   libsqlite3-dev sqlite3 libpq-dev postgresql
+  # the throwaway clusters of the tests and the server demo (scripts/pg-cluster.sh)
+  openssl procps
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev xvfb xauth python3-xlrd poppler-utils
   desktop-file-utils

@@ -43,7 +43,19 @@ public:
     // call starts still stops it.
     virtual void interrupt() = 0;
     virtual void clearInterrupt() = 0;
+
+    // Why the site can no longer be used (a site file removed, a server that closed the
+    // connection); empty while it can. Asked between calls only, on the link's own thread.
+    virtual QString goneReason() = 0;
+    // A socket that becomes readable when the site has something to say between calls (a server
+    // closing the connection), so the link hears of it at once; -1 for none.
+    virtual int watchSocket() const { return -1; }
 };
+
+// Runs an action query, forgiving the DROP TABLE of a session table that does not exist yet: a
+// two-stage report drops its table before the table first exists.
+long long executeDroppingSessionTables(const QString& text,
+                                       const std::function<long long(const QString&)>& run);
 
 // Whether an address names a site file (and so the embedded engine) rather than a server.
 bool isSiteFileAddress(const QString& address);

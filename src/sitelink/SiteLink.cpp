@@ -5,8 +5,9 @@
 
 #include <QElapsedTimer>
 #include <QEventLoop>
-#include <QFileInfo>
 #include <QPointer>
+#include <QScopedValueRollback>
+#include <QSocketNotifier>
 #include <QThread>
 #include <exception>
 
@@ -36,6 +37,7 @@ SiteLink::SiteLink(QObject* parent) : QObject(parent) {
 
 SiteLink::~SiteLink() {
     guard_ = nullptr; // the last wait below is not the user's
+    hearing_.reset();
     // The engine belongs to the worker: close it there, quietly, before the thread ends.
     setEngine(nullptr);
     thread_->quit();
@@ -43,6 +45,10 @@ SiteLink::~SiteLink() {
 }
 
 std::optional<SiteLink::Failure> SiteLink::runOnWorker(const std::function<void()>& job) {
+    // While the worker runs, the engine's socket is the worker's to read and the engine is not
+    // asked whether its site is gone.
+    const QScopedValueRollback busy(waiting_, true);
+    if (hearing_) hearing_->setEnabled(false);
     QEventLoop loop;
     std::optional<Failure> failure;
     bool done = false;
@@ -69,6 +75,7 @@ std::optional<SiteLink::Failure> SiteLink::runOnWorker(const std::function<void(
         loop.exec(guard ? QEventLoop::AllEvents : QEventLoop::ExcludeUserInputEvents);
         if (guard) guard->endWait(*this);
     }
+    if (hearing_) hearing_->setEnabled(true);
     return failure;
 }
 
@@ -138,13 +145,18 @@ void SiteLink::Connect() {
     setEngine(std::move(opened));
     serverName_ = name;
     sessionIndex_ = session;
-    if (isSiteFileAddress(params_.address)) watch_.start();
+    watch_.start();
+    if (const int socket = engine_->watchSocket(); socket >= 0) {
+        hearing_ = std::make_unique<QSocketNotifier>(socket, QSocketNotifier::Read);
+        connect(hearing_.get(), &QSocketNotifier::activated, this, &SiteLink::checkSiteStillThere);
+    }
     emit StatusChanged(QStringLiteral("Connected"));
     emit Connected();
 }
 
 void SiteLink::dropEngine() {
     watch_.stop();
+    hearing_.reset();
     setEngine(nullptr);
     serverName_.clear();
     sessionIndex_ = 0;
@@ -159,11 +171,17 @@ void SiteLink::Disconnect() {
 }
 
 void SiteLink::checkSiteStillThere() {
-    if (!engine_ || QFileInfo::exists(params_.address)) return;
+    endIfGone(true);
+}
+
+bool SiteLink::endIfGone(bool report) {
+    if (!engine_ || waiting_) return false;
+    const QString reason = engine_->goneReason();
+    if (reason.isEmpty()) return false;
     dropEngine();
-    reportFailure(
-        {kNotConnected, QStringLiteral("The site file %1 is gone.").arg(params_.address)});
+    if (report) reportFailure({kNotConnected, reason});
     emit Disconnected();
+    return true;
 }
 
 std::shared_ptr<rs::Recordset> SiteLink::OpenRecordset(const QString& queryText,
@@ -189,6 +207,7 @@ std::shared_ptr<rs::Recordset> SiteLink::OpenRecordset(const QString& queryText,
     setProgress(0);
     if (failure) {
         reportFailure(*failure);
+        endIfGone(false); // the failure said what happened
         return nullptr;
     }
     emit StatusChanged(QStringLiteral("Ready"));
@@ -204,6 +223,7 @@ void SiteLink::Execute(const QString& queryText) {
     emit OperationTimed(static_cast<int>(timer.elapsed()));
     if (failure) {
         reportFailure(*failure);
+        endIfGone(false); // the failure said what happened
         return;
     }
     emit StatusChanged(QStringLiteral("Ready"));

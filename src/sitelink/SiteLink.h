@@ -20,6 +20,7 @@
 #include <mutex>
 #include <optional>
 
+class QSocketNotifier;
 class QThread;
 
 namespace sitelink {
@@ -93,6 +94,8 @@ private:
     void reportFailure(const Failure& failure);
     void dropEngine();
     void checkSiteStillThere();
+    // Ends the connection when the engine says its site is gone; says why unless told not to.
+    bool endIfGone(bool report);
     bool requireConnection();
 
     ConnectParams params_;
@@ -104,6 +107,8 @@ private:
     QThread* thread_ = nullptr;
     QObject* worker_ = nullptr; // lives on thread_
     QTimer watch_;
+    std::unique_ptr<QSocketNotifier> hearing_; // the engine's watch socket, between calls
+    bool waiting_ = false;                     // the worker is running something for us
     QString serverName_;
     std::int16_t sessionIndex_ = 0;
     std::int16_t progress_ = 0;

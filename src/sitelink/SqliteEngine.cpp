@@ -5,7 +5,6 @@
 #include "vb/VbError.h"
 
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <sqlite3.h>
 
 namespace sitelink {
@@ -32,14 +31,6 @@ void checkReadable(jet::SqliteDatabase& db, const QString& path) {
         refuse(QStringLiteral("The site file %1 cannot be read: %2").arg(path, text));
 }
 
-// "DROP TABLE tblTemp3": a two-stage report drops its table before the table first exists.
-bool dropsSessionTable(const QString& text) {
-    static const QRegularExpression drop(
-        QStringLiteral(R"(^\s*DROP\s+TABLE\s+\[?(tbltemp\d+)\]?\s*;?\s*$)"),
-        QRegularExpression::CaseInsensitiveOption);
-    return drop.match(text).hasMatch();
-}
-
 } // namespace
 
 std::unique_ptr<SqliteEngine> SqliteEngine::open(const QString& path) {
@@ -57,7 +48,8 @@ std::unique_ptr<SqliteEngine> SqliteEngine::open(const QString& path) {
         QStringLiteral("%1 (SQLite %2, session %3)")
             .arg(info.completeBaseName(), QString::fromLatin1(sqlite3_libversion()))
             .arg(lease->index());
-    return std::unique_ptr<SqliteEngine>(new SqliteEngine(std::move(db), std::move(*lease), name));
+    return std::unique_ptr<SqliteEngine>(
+        new SqliteEngine(std::move(db), std::move(*lease), path, name));
 }
 
 std::shared_ptr<rs::Recordset> SqliteEngine::openRecordset(const QString& text,
@@ -66,32 +58,12 @@ std::shared_ptr<rs::Recordset> SqliteEngine::openRecordset(const QString& text,
 }
 
 long long SqliteEngine::execute(const QString& text) {
-    try {
-        return db_->execute(text);
-    } catch (const vb::VbError& e) {
-        if (e.number() == jet::err::NoSuchTable && dropsSessionTable(text)) return 0;
-        throw;
-    }
+    return executeDroppingSessionTables(text, [this](const QString& t) { return db_->execute(t); });
 }
 
-bool isSiteFileAddress(const QString& address) {
-    // Servers are host, role@host or role@host/database; anything that looks like a path is a
-    // site file, so that a mistyped path is reported as a missing file rather than a bad host.
-    static const QRegularExpression siteSuffix(QStringLiteral(R"(\.(tsite|db|sqlite3?)$)"),
-                                               QRegularExpression::CaseInsensitiveOption);
-    if (QFileInfo(address).isFile()) return true;
-    if (address.startsWith(u'/') || address.startsWith(u'.') || address.startsWith(u'~'))
-        return true;
-    if (address.contains(u'/') && !address.contains(u'@')) return true;
-    return siteSuffix.match(address).hasMatch();
-}
-
-std::unique_ptr<Engine> openEngine(const ConnectParams& params) {
-    if (isSiteFileAddress(params.address)) return SqliteEngine::open(params.address);
-    throw jet::engineError(
-        kSiteFileError, QStringLiteral("The site %1 is a server address; this build reaches site "
-                                       "files only.")
-                            .arg(params.address));
+QString SqliteEngine::goneReason() {
+    if (QFileInfo::exists(path_)) return {};
+    return QStringLiteral("The site file %1 is gone.").arg(path_);
 }
 
 } // namespace sitelink

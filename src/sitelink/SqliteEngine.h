@@ -20,13 +20,17 @@ public:
     long long execute(const QString& text) override;
     void interrupt() override { db_->interrupt(); }
     void clearInterrupt() override { db_->clearInterrupt(); }
+    QString goneReason() override;
 
 private:
-    SqliteEngine(std::unique_ptr<jet::SqliteDatabase> db, SessionLease lease, QString serverName)
-        : db_(std::move(db)), lease_(std::move(lease)), serverName_(std::move(serverName)) {}
+    SqliteEngine(std::unique_ptr<jet::SqliteDatabase> db, SessionLease lease, QString path,
+                 QString serverName)
+        : db_(std::move(db)), lease_(std::move(lease)), path_(std::move(path)),
+          serverName_(std::move(serverName)) {}
 
     std::unique_ptr<jet::SqliteDatabase> db_;
     SessionLease lease_;
+    QString path_;
     QString serverName_;
 };
 
