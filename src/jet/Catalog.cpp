@@ -1,5 +1,8 @@
 #include "jet/Catalog.h"
 
+#include "jet/PgConnection.h"
+#include "jet/PgValue.h"
+
 #include <QRegularExpression>
 #include <sqlite3.h>
 
@@ -97,6 +100,41 @@ Catalog Catalog::fromSqlite(sqlite3* db) {
         for (const QString& name : names)
             catalog.add(readTable(db, schema, name));
     }
+    return catalog;
+}
+
+Catalog Catalog::fromPostgres(PgConnection& connection) {
+    const PgConnection::TextResult columns = connection.query(QStringLiteral(
+        "SELECT c.relname, c.relpersistence = 't', a.attname, t.typname, a.atttypmod, "
+        "a.attidentity <> '', EXISTS (SELECT 1 FROM pg_index i WHERE i.indrelid = c.oid AND "
+        "a.attnum = ANY (i.indkey)) "
+        "FROM pg_class c JOIN pg_attribute a ON a.attrelid = c.oid AND a.attnum > 0 AND NOT "
+        "a.attisdropped JOIN pg_type t ON t.oid = a.atttypid "
+        "WHERE c.relkind IN ('r', 'v', 'p') AND c.relnamespace IN "
+        "(CAST(to_regnamespace(current_schema()) AS oid), pg_my_temp_schema()) "
+        "ORDER BY c.relpersistence = 't', c.relname, a.attnum"));
+    Catalog catalog;
+    CatalogTable table;
+    auto flush = [&] {
+        // Temporary tables come last, so that they hide a stored table of the same name.
+        if (!table.name.isEmpty()) catalog.add(std::move(table));
+        table = {};
+    };
+    for (const auto& row : columns.rows) {
+        const QString name = row[0].value_or(QString());
+        const bool temporary = row[1] == QStringLiteral("t");
+        if (name != table.name || temporary != table.temporary) {
+            flush();
+            table.name = name;
+            table.temporary = temporary;
+        }
+        table.columns.push_back(
+            {row[2].value_or(QString()),
+             columnTypeFromPg(row[3].value_or(QString()), row[4].value_or(QString()).toInt(),
+                              row[5] == QStringLiteral("t")),
+             row[6] == QStringLiteral("t")});
+    }
+    flush();
     return catalog;
 }
 

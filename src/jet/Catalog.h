@@ -13,6 +13,10 @@
 struct sqlite3;
 
 namespace jet {
+class PgConnection;
+}
+
+namespace jet {
 
 struct CatalogColumn {
     QString name; // as declared
@@ -36,6 +40,8 @@ public:
 
     // Every table and temporary table of an SQLite connection.
     static Catalog fromSqlite(sqlite3* db);
+    // Every table of a server site's schema, then the session's temporary tables.
+    static Catalog fromPostgres(PgConnection& connection);
 
 private:
     QHash<QString, CatalogTable> tables_; // keyed by the lower-case name

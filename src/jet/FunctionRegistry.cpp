@@ -50,6 +50,15 @@ constexpr SqliteHow clockBody(SqliteScalar scalar, SqliteScalar dollar) {
 constexpr SqliteHow kNative{.form = SqliteForm::Native};
 constexpr SqliteHow kNativeCollated{.form = SqliteForm::NativeCollated};
 
+constexpr PostgresHow pgNative(const char* sql, PostgresArgs args) {
+    return {PostgresForm::Native, sql, args};
+}
+constexpr PostgresHow pgAggregate(const char* name) {
+    return {PostgresForm::Aggregate, name};
+}
+constexpr PostgresHow kClock{PostgresForm::Clock};
+constexpr PostgresHow kChoice{PostgresForm::Choice};
+
 using vb::Interval;
 using enum DollarForm;
 
@@ -75,12 +84,15 @@ const DialectFunction kFunctions[] = {
     {"formatpercent", 1, 5, Scalar, kText, body(valueFunction<fnFormatAmount<vb::formatPercent>>)},
     {"formatdatetime", 1, 2, Scalar, kText, body(valueFunction<fnFormatDateTime>)},
 
-    {"ucase", 1, 1, Scalar, kText, body(directFunction<changeCase<true>>), NullRaises},
-    {"lcase", 1, 1, Scalar, kText, body(directFunction<changeCase<false>>), NullRaises},
+    {"ucase", 1, 1, Scalar, kText, body(directFunction<changeCase<true>>), NullRaises,
+     pgNative("upper(%1)", PostgresArgs::Text)},
+    {"lcase", 1, 1, Scalar, kText, body(directFunction<changeCase<false>>), NullRaises,
+     pgNative("lower(%1)", PostgresArgs::Text)},
     {"left", 2, 2, Scalar, kText, body(directFunction<fnLeft>), NullRaises},
     {"right", 2, 2, Scalar, kText, body(directFunction<fnRight>), NullRaises},
     {"mid", 2, 3, Scalar, kText, body(directFunction<fnMid>), NullRaises},
-    {"len", 1, 1, Scalar, kLong, body(valueFunction<fnLen>)},
+    {"len", 1, 1, Scalar, kLong, body(valueFunction<fnLen>), None,
+     pgNative("CAST(length(%1) AS integer)", PostgresArgs::Text)},
     {"trim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, true>>), NullRaises},
     {"ltrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, false>>), NullRaises},
     {"rtrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<false, true>>), NullRaises},
@@ -97,7 +109,8 @@ const DialectFunction kFunctions[] = {
     {"strconv", 2, 3, Scalar, kText, body(valueFunction<fnStrConv>)},
     {"strreverse", 1, 1, Scalar, kText, body(valueFunction<fnStrReverse>)},
 
-    {"abs", 1, 1, Scalar, kAsNumber, body(valueFunction<fnAbs>)},
+    {"abs", 1, 1, Scalar, kAsNumber, body(valueFunction<fnAbs>), None,
+     pgNative("abs(%1)", PostgresArgs::Number)},
     {"int", 1, 1, Scalar, kAsNumber, body(valueFunction<fnWholePart<true>>)},
     {"fix", 1, 1, Scalar, kAsNumber, body(valueFunction<fnWholePart<false>>)},
     {"sgn", 1, 1, Scalar, kInteger, body(valueFunction<fnSgn>)},
@@ -115,49 +128,65 @@ const DialectFunction kFunctions[] = {
     {"str", 1, 1, Scalar, kText, body(valueFunction<fnStr>), NullRaises},
     {"partition", 4, 4, Scalar, kText, body(valueFunction<fnPartition>)},
 
-    {"iif", 3, 3, Scalar, {ResultRule::Branches}, body(directFunction<fnIif>)},
+    {"iif", 3, 3, Scalar, {ResultRule::Branches}, body(directFunction<fnIif>), None, kChoice},
     {"choose", 2, kMostArguments, Scalar, {ResultRule::Branches}, body(directFunction<fnChoose>)},
     {"switch", 2, kMostArguments - 1, Scalar, kPairedBranches, body(directFunction<fnSwitch>)},
     {"nz", 1, 2, Scalar, kAsNumber, body(directFunction<fnNz>)},
-    {"isnull", 1, 1, Scalar, kBoolean, body(directFunction<fnIsNull>)},
+    {"isnull", 1, 1, Scalar, kBoolean, body(directFunction<fnIsNull>), None,
+     pgNative("(%1 IS NULL)", PostgresArgs::Any)},
     {"isnumeric", 1, 1, Scalar, kBoolean, body(directFunction<fnIsNumeric>)},
     {"isdate", 1, 1, Scalar, kBoolean, body(directFunction<fnIsDate>)},
     {"isempty", 1, 1, Scalar, kBoolean, body(directFunction<fnIsEmpty>)},
 
     {"date", 0, 0, Scalar, kDate, clockBody(valueFunction<fnToday>, valueFunction<fnTodayText>),
-     Own},
+     Own, kClock},
     {"time", 0, 0, Scalar, kDate,
-     clockBody(valueFunction<fnTimeOfDay>, valueFunction<fnTimeOfDayText>), Own},
-    {"now", 0, 0, Scalar, kDate, clockBody(valueFunction<fnNow>)},
-    {"timer", 0, 0, Scalar, fixed(SqlType::Single), clockBody(valueFunction<fnTimer>)},
-    {"datevalue", 1, 1, Scalar, kDate, body(valueFunction<fnDateOrTimeValue<vb::dateValue>>)},
-    {"timevalue", 1, 1, Scalar, kDate, body(valueFunction<fnDateOrTimeValue<vb::timeValue>>)},
+     clockBody(valueFunction<fnTimeOfDay>, valueFunction<fnTimeOfDayText>), Own, kClock},
+    {"now", 0, 0, Scalar, kDate, clockBody(valueFunction<fnNow>), None, kClock},
+    {"timer", 0, 0, Scalar, fixed(SqlType::Single), clockBody(valueFunction<fnTimer>), None,
+     kClock},
+    {"datevalue", 1, 1, Scalar, kDate, body(valueFunction<fnDateOrTimeValue<vb::dateValue>>), None,
+     pgNative("date_trunc('day', %1)", PostgresArgs::Date)},
+    {"timevalue", 1, 1, Scalar, kDate, body(valueFunction<fnDateOrTimeValue<vb::timeValue>>), None,
+     pgNative("(TIMESTAMP '1899-12-30' + (%1 - date_trunc('day', %1)))", PostgresArgs::Date)},
     {"dateserial", 3, 3, Scalar, kDate, body(valueFunction<fnDateSerial>)},
     {"timeserial", 3, 3, Scalar, kDate, body(valueFunction<fnTimeSerial>)},
     {"dateadd", 3, 3, Scalar, kDate, body(valueFunction<fnDateAdd>)},
     {"datediff", 3, 5, Scalar, kLong, body(valueFunction<fnDateDiff>)},
     {"datepart", 2, 4, Scalar, kInteger, body(valueFunction<fnDatePart>)},
-    {"year", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Year>>)},
-    {"month", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Month>>)},
-    {"day", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Day>>)},
-    {"hour", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Hour>>)},
-    {"minute", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Minute>>)},
-    {"second", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Second>>)},
+    {"year", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Year>>), None,
+     pgNative("CAST(extract(year FROM %1) AS smallint)", PostgresArgs::Date)},
+    {"month", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Month>>), None,
+     pgNative("CAST(extract(month FROM %1) AS smallint)", PostgresArgs::Date)},
+    {"day", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Day>>), None,
+     pgNative("CAST(extract(day FROM %1) AS smallint)", PostgresArgs::Date)},
+    {"hour", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Hour>>), None,
+     pgNative("CAST(extract(hour FROM %1) AS smallint)", PostgresArgs::Date)},
+    {"minute", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Minute>>), None,
+     pgNative("CAST(extract(minute FROM %1) AS smallint)", PostgresArgs::Date)},
+    {"second", 1, 1, Scalar, kInteger, body(valueFunction<fnDatePartOf<Interval::Second>>), None,
+     pgNative("CAST(floor(extract(second FROM %1)) AS smallint)", PostgresArgs::Date)},
     {"weekday", 1, 2, Scalar, kInteger, body(valueFunction<fnWeekday>)},
     {"weekdayname", 1, 3, Scalar, kText, body(valueFunction<fnWeekdayName>)},
     {"monthname", 1, 2, Scalar, kText, body(valueFunction<fnMonthName>)},
 
-    {"count", 1, 1, Count, kLong, kNative},
-    {"sum", 1, 1, Aggregate, {ResultRule::CurrencyOrDouble}, kNative},
-    {"avg", 1, 1, Aggregate, {ResultRule::CurrencyOrDouble}, kNative},
-    {"min", 1, 1, Aggregate, kFirstArg, kNativeCollated},
-    {"max", 1, 1, Aggregate, kFirstArg, kNativeCollated},
-    {"first", 1, 1, Aggregate, kFirstArg, aggregateBody(stepFirstLast<false>, finalFirstLast)},
-    {"last", 1, 1, Aggregate, kFirstArg, aggregateBody(stepFirstLast<true>, finalFirstLast)},
-    {"stdev", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<true, true>)},
-    {"var", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<false, true>)},
-    {"stdevp", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<true, false>)},
-    {"varp", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<false, false>)},
+    {"count", 1, 1, Count, kLong, kNative, None, pgAggregate("count")},
+    {"sum", 1, 1, Aggregate, {ResultRule::CurrencyOrDouble}, kNative, None, pgAggregate("sum")},
+    {"avg", 1, 1, Aggregate, {ResultRule::CurrencyOrDouble}, kNative, None, pgAggregate("avg")},
+    {"min", 1, 1, Aggregate, kFirstArg, kNativeCollated, None, pgAggregate("min")},
+    {"max", 1, 1, Aggregate, kFirstArg, kNativeCollated, None, pgAggregate("max")},
+    {"first", 1, 1, Aggregate, kFirstArg, aggregateBody(stepFirstLast<false>, finalFirstLast), None,
+     pgAggregate("jet_first")},
+    {"last", 1, 1, Aggregate, kFirstArg, aggregateBody(stepFirstLast<true>, finalFirstLast), None,
+     pgAggregate("jet_last")},
+    {"stdev", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<true, true>), None,
+     pgAggregate("stddev_samp")},
+    {"var", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<false, true>), None,
+     pgAggregate("var_samp")},
+    {"stdevp", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<true, false>), None,
+     pgAggregate("stddev_pop")},
+    {"varp", 1, 1, Aggregate, kDouble, aggregateBody(stepSpread, finalSpread<false, false>), None,
+     pgAggregate("var_pop")},
 };
 
 } // namespace

@@ -67,8 +67,24 @@ struct SqliteHow {
     bool deterministic = true;
 };
 
-// How PostgreSQL computes a function; filled in with its generator. Nothing reads it yet.
-struct PostgresHow {};
+enum class PostgresForm {
+    // Worked out by the engine on the language's own bodies: at once where every argument is a
+    // constant (so anywhere in a statement), else over the fetched rows in a select list only.
+    Engine,
+    Native,    // `sql`, %1.. standing for the arguments, where each argument is of kind `args`
+    Aggregate, // the aggregate named `sql` (the site's schema has those PostgreSQL lacks)
+    Clock,     // the client's clock, read when the statement is written, as the file engine does
+    Choice,    // IIf: a CASE over the condition read as the language reads a truth
+};
+
+// The arguments a native form takes; others go the engine's way.
+enum class PostgresArgs { Any, Number, Text, Date };
+
+struct PostgresHow {
+    PostgresForm form = PostgresForm::Engine;
+    const char* sql = nullptr;
+    PostgresArgs args = PostgresArgs::Any;
+};
 
 struct DialectFunction {
     const char* name; // lower case; looked up without regard to case

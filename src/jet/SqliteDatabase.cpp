@@ -1,6 +1,7 @@
 #include "jet/SqliteDatabase.h"
 
 #include "jet/Binder.h"
+#include "jet/EngineShared.h"
 #include "jet/JetError.h"
 #include "jet/Parser.h"
 #include "jet/SqliteFunctions.h"
@@ -89,11 +90,6 @@ long long runCommands(sqlite3* db, const SqliteGenerator::Commands& commands,
     return total;
 }
 
-struct ResultColumn {
-    QString name;
-    ColumnType type;
-};
-
 std::shared_ptr<rs::Recordset> readRows(sqlite3* db, const QString& sql,
                                         const std::vector<ResultColumn>& columns) {
     SqlStatement stmt(db, sql);
@@ -112,53 +108,19 @@ std::shared_ptr<rs::Recordset> readRows(sqlite3* db, const QString& sql,
     return builder.finish();
 }
 
-std::vector<ResultColumn> resultColumns(const std::vector<OutputColumn>& outputs) {
-    std::vector<ResultColumn> columns;
-    for (const OutputColumn& out : outputs)
-        columns.push_back({out.name, out.type});
-    return columns;
-}
-
 std::shared_ptr<rs::Recordset> emptyResult() {
     return rs::RecordsetBuilder().finish();
 }
 
-// A crosstab's columns: the IN list as given, or the distinct values found, texts that differ
-// only in letter case sharing one column.
-std::vector<SqliteGenerator::PivotColumn>
-pivotColumns(sqlite3* db, const SqliteGenerator& generator, const Transform& t, vb::VarType kind) {
-    std::vector<SqliteGenerator::PivotColumn> columns;
-    if (!t.pivotIn.empty()) {
-        for (const ExprPtr& v : t.pivotIn)
-            columns.push_back({SqliteGenerator::pivotColumnName(v->value), {v->value}, true});
-        return columns;
-    }
+// A crosstab's columns: the IN list as given, or the distinct values found.
+std::vector<PivotColumn> pivotColumns(sqlite3* db, const SqliteGenerator& generator,
+                                      const Transform& t, vb::VarType kind) {
+    if (!t.pivotIn.empty()) return pivotColumnsListed(t);
+    std::vector<PivotColumn> columns;
     SqlStatement stmt(db, generator.pivotValues(t));
-    while (stmt.step()) {
-        vb::Variant v = variantFromColumn(stmt.get(), 0, kind);
-        const QString name = SqliteGenerator::pivotColumnName(v);
-        if (!columns.empty() && v.isString() && columns.back().values.front().isString() &&
-            columns.back().name.compare(name, Qt::CaseInsensitive) == 0)
-            columns.back().values.push_back(std::move(v));
-        else
-            columns.push_back({name, {std::move(v)}, false});
-    }
+    while (stmt.step())
+        addPivotValue(columns, variantFromColumn(stmt.get(), 0, kind));
     return columns;
-}
-
-bool changesSchema(const jet::Statement& s) {
-    return std::holds_alternative<CreateTable>(s) || std::holds_alternative<CreateIndex>(s) ||
-           std::holds_alternative<DropTable>(s) || std::holds_alternative<AlterTable>(s) ||
-           (std::holds_alternative<Select>(s) && !std::get<Select>(s).into.isEmpty());
-}
-
-// This engine is handed no parameter values, so a statement that declares parameters cannot run;
-// one that uses a name it does not declare has failed in the binder already.
-Binding bindToRun(const Statement& statement, const Catalog& catalog) {
-    Binding binding = bindStatement(statement, catalog);
-    if (!binding.parameters().empty())
-        raiseMissingParameters(static_cast<int>(binding.parameters().size()));
-    return binding;
 }
 
 constexpr int kBusyTimeoutMs = 5000;
@@ -489,13 +451,10 @@ std::shared_ptr<rs::Recordset> SqliteDatabase::run(const jet::Statement& stateme
         return readRows(db_, sql, columns);
     };
     if (const auto* t = std::get_if<Transform>(&statement)) {
-        const std::vector<SqliteGenerator::PivotColumn> pivots =
+        const std::vector<PivotColumn> pivots =
             pivotColumns(db_, generator, *t, varTypeOf(binding.typeOf(t->pivot.get())));
-        std::vector<ResultColumn> columns = resultColumns(binding.outputs(t->select.get()));
-        const SqlType cellType = binding.typeOf(t->aggregate.get());
-        for (const SqliteGenerator::PivotColumn& p : pivots)
-            columns.push_back({p.name, ColumnType{cellType, 0, false}});
-        return read(generator.crosstab(*t, pivots), columns, *t->select);
+        return read(generator.crosstab(*t, pivots), crosstabColumns(binding, *t, pivots),
+                    *t->select);
     }
     if (const auto* s = std::get_if<Select>(&statement); s && s->into.isEmpty())
         return read(generator.select(*s), resultColumns(binding.outputs(s)), *s);
@@ -528,19 +487,8 @@ long long SqliteDatabase::execute(const QString& dialectText) {
 }
 
 void SqliteDatabase::executeScript(const QString& script) {
-    QString entry;
-    auto flush = [&] {
-        if (!entry.trimmed().isEmpty()) execute(entry);
-        entry.clear();
-    };
-    for (const QString& line : script.split(u'\n')) {
-        const QString trimmed = line.trimmed();
-        if (trimmed == u"--")
-            flush();
-        else if (!trimmed.startsWith(u"-- "))
-            entry += line + u'\n';
-    }
-    flush();
+    for (const QString& entry : scriptEntries(script))
+        execute(entry);
 }
 
 QString SqliteDatabase::translate(const QString& dialectText) {

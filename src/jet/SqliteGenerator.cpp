@@ -1,6 +1,7 @@
 #include "jet/SqliteGenerator.h"
 
 #include "jet/FunctionRegistry.h"
+#include "jet/GeneratorShared.h"
 #include "jet/JetError.h"
 #include "jet/Storage.h"
 #include "vb/Convert.h"
@@ -13,42 +14,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace jet {
 
+using namespace gen;
+
 namespace {
-
-bool isComparison(Op op) {
-    switch (op) {
-    case Op::Equal:
-    case Op::NotEqual:
-    case Op::Less:
-    case Op::Greater:
-    case Op::LessEqual:
-    case Op::GreaterEqual:
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool isLogical(Op op) {
-    return op == Op::And || op == Op::Or || op == Op::Xor || op == Op::Eqv || op == Op::Imp;
-}
-
-QString comparisonOperator(Op op) {
-    switch (op) {
-    case Op::Equal:
-        return u"="_s;
-    case Op::NotEqual:
-        return u"<>"_s;
-    case Op::Less:
-        return u"<"_s;
-    case Op::Greater:
-        return u">"_s;
-    case Op::LessEqual:
-        return u"<="_s;
-    default:
-        return u">="_s;
-    }
-}
 
 QString number(double d) {
     return QString::number(d, 'g', 17);
@@ -80,12 +48,6 @@ QString operatorFunction(Op op) {
     default: // Power
         return u"jet_pow"_s;
     }
-}
-
-// A number written in the text that is not zero.
-bool nonzeroNumber(const Expr& e) {
-    return e.kind == ExprKind::Literal && e.value.isNumeric() && !e.value.isDate() &&
-           vb::cdbl(e.value) != 0;
 }
 
 // A truth written as a condition, turned into the dialect's -1/0 value (Null stays Null).
@@ -132,6 +94,7 @@ QString SqliteGenerator::literal(const vb::Variant& v) {
 }
 
 QString SqliteGenerator::value(const Expr& e) const {
+    if (auto given = substitutes_.constFind(&e); given != substitutes_.constEnd()) return *given;
     switch (e.kind) {
     case ExprKind::Literal:
         return literal(e.value);
@@ -153,6 +116,7 @@ QString SqliteGenerator::value(const Expr& e) const {
 }
 
 QString SqliteGenerator::condition(const Expr& e) const {
+    if (substitutes_.contains(&e)) return u'(' + value(e) + u" <> 0)"_s;
     switch (e.kind) {
     case ExprKind::Unary:
         return e.op == Op::Not ? unary(e, true) : value(e);
@@ -253,17 +217,6 @@ QString SqliteGenerator::binary(const Expr& e, bool asCondition) const {
     }
     return operatorFunction(e.op) + u'(' + argument(a) + u", "_s + argument(b) + u')';
 }
-
-namespace {
-
-// A text expression that can never be Null: a text literal, or & with such a side.
-bool neverNull(const Expr& e) {
-    if (e.kind == ExprKind::Literal) return e.value.isString();
-    return e.kind == ExprKind::Binary && e.op == Op::Concat &&
-           (neverNull(*e.args[0]) || neverNull(*e.args[1]));
-}
-
-} // namespace
 
 QString SqliteGenerator::concatenation(const Expr& a, const Expr& b) const {
     // When both sides are texts and one can never be Null, the result cannot be Null either, and
@@ -529,10 +482,6 @@ QString SqliteGenerator::pivotValues(const Transform& t) const {
                                                          : u" ORDER BY 1"_s);
 }
 
-QString SqliteGenerator::pivotColumnName(const vb::Variant& v) {
-    return v.isNull() || v.isEmpty() ? u"<>"_s : vb::cstr(v);
-}
-
 QString SqliteGenerator::pivotMatch(const Transform& t, const PivotColumn& column) const {
     const vb::Variant& first = column.values.front();
     if (first.isNull()) return value(*t.pivot) + u" IS NULL"_s;
@@ -543,34 +492,6 @@ QString SqliteGenerator::pivotMatch(const Transform& t, const PivotColumn& colum
         literals << literal(v);
     return value(*t.pivot) + u" IN ("_s + literals.join(u", "_s) + u')';
 }
-
-namespace {
-
-bool isCount(const Expr& e) {
-    if (e.kind != ExprKind::Function) return false;
-    const DialectFunction* f = findFunction(e.name);
-    return f && f->kind == FunctionKind::Count;
-}
-
-// Whether a crosstab value is Null by itself when its cell has no rows: aggregates other than
-// count are, and arithmetic keeps a Null.
-bool nullWhenEmpty(const Expr& e) {
-    switch (e.kind) {
-    case ExprKind::Literal:
-        return true;
-    case ExprKind::Function:
-        return isAggregateFunction(e.name) && !isCount(e);
-    case ExprKind::Unary:
-        return e.op != Op::Not && nullWhenEmpty(*e.args[0]);
-    case ExprKind::Binary:
-        return e.op != Op::Concat && !isLogical(e.op) && !isComparison(e.op) &&
-               nullWhenEmpty(*e.args[0]) && nullWhenEmpty(*e.args[1]);
-    default:
-        return false;
-    }
-}
-
-} // namespace
 
 QString SqliteGenerator::crosstabCell(const Transform& t, const PivotColumn& column) const {
     const Expr& value = *t.aggregate;
@@ -680,39 +601,6 @@ QString SqliteGenerator::insert(const Insert& s) const {
 
 namespace {
 
-// A table or subquery of a FROM clause or a join, with whether a row of the join may lack it: it
-// lies on the side of an outer join that need not match.
-struct JoinedSource {
-    const TableRef* ref = nullptr;
-    bool optional = false;
-};
-
-void addJoined(const TableRef& ref, bool optional, std::vector<JoinedSource>& sources) {
-    if (ref.kind != TableRef::Kind::Join) {
-        sources.push_back({&ref, optional});
-        return;
-    }
-    addJoined(*ref.left, optional || ref.join == JoinKind::Right, sources);
-    addJoined(*ref.right, optional || ref.join == JoinKind::Left, sources);
-}
-
-// The sources in the order the text names them.
-std::vector<JoinedSource> joinedSources(std::span<const TableRefPtr> refs) {
-    std::vector<JoinedSource> sources;
-    for (const TableRefPtr& ref : refs)
-        addJoined(*ref, false, sources);
-    return sources;
-}
-
-// The source a statement calls by this name (its alias, else its table's name); null for none.
-const JoinedSource* sourceNamed(const std::vector<JoinedSource>& sources, const QString& name) {
-    for (const JoinedSource& s : sources) {
-        const QString& called = s.ref->alias.isEmpty() ? s.ref->name : s.ref->alias;
-        if (called.compare(name, Qt::CaseInsensitive) == 0) return &s;
-    }
-    return nullptr;
-}
-
 QString rowidOf(const TableRef& table) {
     return SqliteGenerator::quoted(table.alias.isEmpty() ? table.name : table.alias) + u".rowid"_s;
 }
@@ -728,30 +616,6 @@ QString rowColumn(std::size_t place) {
 QString valueColumn(int place) {
     return u"\"v"_s + QString::number(place + 1) + u'"';
 }
-
-// The dialect writes through a join only where each of its rows stands for rows of tables: not
-// through a subquery that groups, removes duplicates or is a union.
-bool updatable(const JoinedSource& source) {
-    const Select* s = source.ref->subquery.get();
-    return !s || (!groupsRows(*s) && !s->distinct && !s->unionNext);
-}
-
-// A table UPDATE writes, with what it writes there: column and the place of its value.
-struct WrittenTable {
-    const JoinedSource* source = nullptr;
-    const CatalogTable* table = nullptr;
-    std::vector<std::pair<QString, int>> columns;
-
-    // A later assignment to the same column replaces the earlier one.
-    void set(const QString& column, int value) {
-        for (auto& [name, place] : columns)
-            if (name == column) {
-                place = value;
-                return;
-            }
-        columns.emplace_back(column, value);
-    }
-};
 
 // The commands that write one table's kept values (rows of the join in column `row`): the last
 // match of each of its rows, and, where an outer join may lack its row, the new rows.

@@ -8,7 +8,9 @@
 #include "jet/Ast.h"
 #include "jet/Binder.h"
 #include "jet/Catalog.h"
+#include "jet/EngineShared.h"
 
+#include <QHash>
 #include <QString>
 #include <QStringList>
 #include <span>
@@ -32,25 +34,20 @@ public:
     // What a statement with effects runs, in order (SELECT ... INTO becomes CREATE + INSERT).
     Commands commands(const Statement& statement) const;
 
-    // A crosstab's column: its name and the stored values that fall into it. Values found in
-    // the data are matched exactly (texts differing only in letter case share a column, each
-    // variant listed); values of an IN list are matched as the dialect compares.
-    struct PivotColumn {
-        QString name;
-        std::vector<vb::Variant> values;
-        bool fromInList = false;
-    };
+    using PivotColumn = jet::PivotColumn;
 
     // The two steps of a crosstab: first the distinct pivot values, ordered so that the texts
     // of one column are neighbours; then, given the columns, the query itself.
     QString pivotValues(const Transform& t) const;
     QString crosstab(const Transform& t, const std::vector<PivotColumn>& columns) const;
-    // A crosstab's column name for a pivot value.
-    static QString pivotColumnName(const vb::Variant& value);
 
     // An expression's text as a value (-1/0 for truths) or as a condition.
     QString value(const Expr& e) const;
     QString condition(const Expr& e) const;
+
+    // Writes `text` (a bound parameter, say) wherever e stands, for the local evaluation of an
+    // expression whose other parts another engine computed.
+    void substitute(const Expr* e, QString text) { substitutes_.insert(e, std::move(text)); }
 
     static QString quoted(const QString& name);
     static QString literal(const vb::Variant& v);
@@ -88,6 +85,7 @@ private:
 
     const Binding& binding_;
     const Catalog& catalog_;
+    QHash<const Expr*, QString> substitutes_;
     // While a crosstab cell is written: the FILTER clause its aggregates take.
     mutable QString pivotFilter_;
 };

@@ -1,0 +1,1176 @@
+#include "jet/PostgresGenerator.h"
+
+#include "jet/AstPrinter.h"
+#include "jet/FunctionRegistry.h"
+#include "jet/GeneratorShared.h"
+#include "jet/JetError.h"
+#include "jet/PgValue.h"
+#include "jet/SqliteGenerator.h"
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace jet {
+
+using namespace gen;
+
+namespace {
+
+// What the server cannot work out exactly: the dialect's number and why. Raised while writing;
+// a read's select list catches it and works the part out on this computer instead.
+struct NotOnServer {
+    const Expr* at;
+    int number;
+    QString why;
+};
+
+[[noreturn]] void notOnServer(const Expr& e, QString why, int number = err::UndefinedFunction) {
+    throw NotOnServer{&e, number, std::move(why)};
+}
+
+template <typename Work> auto refusingWhatServerCannot(Work work) {
+    try {
+        return work();
+    } catch (const NotOnServer& n) {
+        throw engineError(n.number, n.why);
+    }
+}
+
+bool isNullLiteral(const Expr& e) {
+    return e.kind == ExprKind::Literal && (e.value.isNull() || e.value.isEmpty());
+}
+
+bool isWhole(SqlType t) {
+    return t == SqlType::Byte || t == SqlType::Integer || t == SqlType::Long ||
+           t == SqlType::Boolean;
+}
+
+const QString kTextOrder = u" COLLATE \"C\""_s;
+
+// A temporary table of the rows a write through a join changes, read before any is.
+const QString kMatches = u"pg_temp.jet_matches"_s;
+const QString kDropMatches = u"DROP TABLE "_s + kMatches;
+
+QString rowColumn(std::size_t place) {
+    return u"r"_s + QString::number(place + 1);
+}
+QString valueColumn(int place) {
+    return u"v"_s + QString::number(place + 1);
+}
+QString rowidOf(const TableRef& table) {
+    return PostgresGenerator::quoted(table.alias.isEmpty() ? table.name : table.alias) + u".ctid"_s;
+}
+
+QString insertInto(const QString& table, const QStringList& names) {
+    return u"INSERT INTO "_s + PostgresGenerator::quoted(table) + u" ("_s + names.join(u", "_s) +
+           u") "_s;
+}
+
+// A constant converted as a column of the type keeps it, as the file engine converts it.
+vb::Variant convertedFor(const vb::Variant& v, SqlType type) {
+    if (v.isNull() || v.isEmpty()) return vb::Variant::null();
+    switch (type) {
+    case SqlType::Boolean:
+        return vb::Variant(vb::cbool(v));
+    case SqlType::Byte: {
+        const std::int16_t n = vb::cint(v);
+        if (n < 0 || n > 255) vb::raise(vb::err::Overflow);
+        return vb::Variant(n);
+    }
+    case SqlType::Integer:
+        return vb::Variant(vb::cint(v));
+    case SqlType::Long:
+        return vb::Variant(vb::clng(v));
+    case SqlType::Single:
+        return vb::Variant(vb::csng(v));
+    case SqlType::Double:
+        return vb::Variant(vb::cdbl(v));
+    case SqlType::Currency:
+        return vb::Variant(vb::ccur(v));
+    case SqlType::Date:
+        return vb::Variant::date(vb::cdate(v));
+    case SqlType::Text:
+    case SqlType::Memo:
+        return vb::Variant(vb::cstr(v));
+    case SqlType::Unknown:
+        break;
+    }
+    return v;
+}
+
+} // namespace
+
+QString PostgresGenerator::quoted(const QString& name) {
+    QString q = name;
+    q.replace(u'"', u"\"\""_s);
+    return u'"' + q + u'"';
+}
+
+// ---- values ----
+
+bool PostgresGenerator::isConstant(const Expr& e) const {
+    switch (e.kind) {
+    case ExprKind::Literal:
+        return true;
+    case ExprKind::Function:
+        if (isAggregateFunction(e.name)) return false;
+        [[fallthrough]];
+    case ExprKind::Unary:
+    case ExprKind::Binary:
+    case ExprKind::Between:
+    case ExprKind::InList:
+    case ExprKind::Like:
+    case ExprKind::IsNull:
+        return std::all_of(e.args.begin(), e.args.end(),
+                           [&](const ExprPtr& a) { return isConstant(*a); });
+    default:
+        return false;
+    }
+}
+
+QString PostgresGenerator::folded(const Expr& e) const {
+    const SqlType type = binding_.typeOf(&e);
+    const SqliteGenerator local(binding_, catalog_);
+    return pgLiteral(local_.evaluate(local.value(e), {}, varTypeOf(type)), type);
+}
+
+QString PostgresGenerator::value(const Expr& e) const {
+    if (!textGroups_.isEmpty() && inAggregate_ == 0 && isText(binding_.typeOf(&e)) &&
+        e.kind != ExprKind::Literal && textGroups_.contains(printExpression(e))) {
+        // A text group shows one of its spellings.
+        ++inAggregate_;
+        const QString shown = u"min("_s + value(e) + kTextOrder + u')';
+        --inAggregate_;
+        return shown;
+    }
+    if (e.kind == ExprKind::Literal) return pgLiteral(e.value, binding_.typeOf(&e));
+    if (isConstant(e)) return folded(e);
+    switch (e.kind) {
+    case ExprKind::Column:
+        return column(e);
+    case ExprKind::Unary:
+        return unary(e);
+    case ExprKind::Binary:
+        return binary(e);
+    case ExprKind::Function:
+        return function(e);
+    case ExprKind::Subquery:
+        return u'(' + select(*e.subquery) + u')';
+    case ExprKind::Star:
+        return u"*"_s;
+    default:
+        return predicate(e);
+    }
+}
+
+QString PostgresGenerator::condition(const Expr& e) const {
+    const SqlType type = binding_.typeOf(&e);
+    if (type == SqlType::Boolean || isNullLiteral(e)) return value(e);
+    if (isNumeric(type) || type == SqlType::Date) return u'(' + number(e) + u" <> 0)"_s;
+    notOnServer(e, u"A text read as a truth cannot be worked out by the server."_s,
+                vb::err::TypeMismatch);
+}
+
+QString PostgresGenerator::number(const Expr& e) const {
+    const SqlType type = binding_.typeOf(&e);
+    if (type == SqlType::Boolean) return u"(-CAST("_s + value(e) + u" AS integer))"_s;
+    if (type == SqlType::Date) return u"jet_serial("_s + value(e) + u')';
+    if (isNumeric(type) || isNullLiteral(e)) return value(e);
+    notOnServer(e, u"The server cannot read this value as a number as the language reads it."_s);
+}
+
+QString PostgresGenerator::textOf(const Expr& e) const {
+    switch (binding_.typeOf(&e)) {
+    case SqlType::Text:
+    case SqlType::Memo:
+        return value(e);
+    case SqlType::Byte:
+    case SqlType::Integer:
+    case SqlType::Long:
+        return u"CAST("_s + value(e) + u" AS text)"_s;
+    case SqlType::Boolean:
+        return u"(CASE WHEN "_s + value(e) + u" THEN 'True' WHEN NOT "_s + value(e) +
+               u" THEN 'False' END)"_s;
+    case SqlType::Currency:
+        return u"CAST(trim_scale("_s + value(e) + u") AS text)"_s;
+    case SqlType::Double:
+        // The session writes doubles with 15 significant digits (extra_float_digits = 0), as
+        // CStr does; only the exponent's letter differs.
+        return u"upper(CAST("_s + value(e) + u" AS text))"_s;
+    default:
+        if (isNullLiteral(e)) return u"CAST(NULL AS text)"_s;
+        notOnServer(e, u"The server cannot write this value as text as the language does."_s);
+    }
+}
+
+QString PostgresGenerator::key(const QString& valueText) const {
+    return u"lower("_s + valueText + u')' + kTextOrder;
+}
+
+QString PostgresGenerator::column(const Expr& e) const {
+    const ResolvedColumn* c = binding_.column(&e);
+    if (!c) raise(err::TooFewParameters, e.name);
+    if (c->outputAlias) return quoted(c->column);
+    return quoted(c->source) + u'.' + quoted(c->column);
+}
+
+QString PostgresGenerator::unary(const Expr& e) const {
+    const Expr& operand = *e.args[0];
+    switch (e.op) {
+    case Op::Negate:
+        if (binding_.typeOf(&e) == SqlType::Date) return u"jet_date(-"_s + number(operand) + u')';
+        return u"(-"_s + number(operand) + u')';
+    case Op::Plus:
+        return value(operand);
+    default: // Not: logical on truths, bitwise on whole numbers
+        if (binding_.typeOf(&operand) == SqlType::Boolean)
+            return u"(NOT "_s + condition(operand) + u')';
+        if (isWhole(binding_.typeOf(&operand))) return u"(~"_s + number(operand) + u')';
+        notOnServer(e, u"The server cannot work out Not of this value as the language does."_s);
+    }
+}
+
+QString PostgresGenerator::binary(const Expr& e) const {
+    const Expr& a = *e.args[0];
+    const Expr& b = *e.args[1];
+    if (isComparison(e.op)) return comparison(e);
+    if (isLogical(e.op)) {
+        if (binding_.typeOf(&e) == SqlType::Boolean) {
+            const QString x = condition(a), y = condition(b);
+            switch (e.op) {
+            case Op::And:
+                return u'(' + x + u" AND "_s + y + u')';
+            case Op::Or:
+                return u'(' + x + u" OR "_s + y + u')';
+            case Op::Xor:
+                return u'(' + x + u" <> "_s + y + u')';
+            case Op::Eqv:
+                return u'(' + x + u" = "_s + y + u')';
+            default: // Imp
+                return u"(NOT "_s + x + u" OR "_s + y + u')';
+            }
+        }
+        if (!isWhole(binding_.typeOf(&a)) || !isWhole(binding_.typeOf(&b)))
+            notOnServer(e, u"The server cannot work out this logical operation on these values."_s);
+        const QString x = number(a), y = number(b);
+        switch (e.op) {
+        case Op::And:
+            return u'(' + x + u" & "_s + y + u')';
+        case Op::Or:
+            return u'(' + x + u" | "_s + y + u')';
+        case Op::Xor:
+            return u'(' + x + u" # "_s + y + u')';
+        case Op::Eqv:
+            return u"(~("_s + x + u" # "_s + y + u"))"_s;
+        default: // Imp
+            return u"((~"_s + x + u") | "_s + y + u')';
+        }
+    }
+    if (e.op == Op::Concat) {
+        // Null & Null is Null; a Null beside a value is "".
+        const QString x = textOf(a), y = textOf(b);
+        if (neverNull(a) || neverNull(b)) return u"concat("_s + x + u", "_s + y + u')';
+        return u"(CASE WHEN "_s + x + u" IS NULL AND "_s + y +
+               u" IS NULL THEN NULL ELSE concat("_s + x + u", "_s + y + u") END)"_s;
+    }
+    if (e.op == Op::Add && isText(binding_.typeOf(&a)) && isText(binding_.typeOf(&b)))
+        return u'(' + value(a) + u" || "_s + value(b) + u')';
+    return arithmetic(e);
+}
+
+QString PostgresGenerator::arithmetic(const Expr& e) const {
+    const Expr& a = *e.args[0];
+    const Expr& b = *e.args[1];
+    const SqlType result = binding_.typeOf(&e);
+    const QString x = number(a), y = number(b);
+    auto asDouble = [](const QString& t) { return u"CAST("_s + t + u" AS double precision)"_s; };
+    QString text;
+    switch (e.op) {
+    case Op::Add:
+        text = u'(' + x + u" + "_s + y + u')';
+        break;
+    case Op::Subtract:
+        text = u'(' + x + u" - "_s + y + u')';
+        break;
+    case Op::Multiply:
+        text = u'(' + x + u" * "_s + y + u')';
+        break;
+    case Op::Divide:
+        // The server divides by zero with its own error, and 0/0 as well; the language raises 6
+        // for that one, so only a divisor written in the text divides natively.
+        text = nonzeroNumber(b) ? u'(' + asDouble(x) + u" / "_s + asDouble(y) + u')'
+                                : u"jet_div("_s + asDouble(x) + u", "_s + asDouble(y) + u')';
+        break;
+    case Op::IntDivide:
+        text = u"jet_intdiv("_s + asDouble(x) + u", "_s + asDouble(y) + u')';
+        break;
+    case Op::Mod:
+        text = u"jet_mod("_s + asDouble(x) + u", "_s + asDouble(y) + u')';
+        break;
+    default: // Power
+        text = u"jet_pow("_s + asDouble(x) + u", "_s + asDouble(y) + u')';
+        break;
+    }
+    if (result == SqlType::Date) return u"jet_date("_s + text + u')';
+    if (e.op == Op::Add || e.op == Op::Subtract || e.op == Op::Multiply) return text;
+    return u"CAST("_s + text + u" AS "_s + pgWireType(result) + u')';
+}
+
+QStringList PostgresGenerator::comparable(std::span<const Expr* const> values,
+                                          std::span<const SqlType> extraTypes,
+                                          QStringList extraTexts) const {
+    bool text = false, other = false, dates = true;
+    auto note = [&](SqlType t) {
+        if (t == SqlType::Unknown) return;
+        if (isText(t))
+            text = true;
+        else
+            other = true;
+        if (t != SqlType::Date) dates = false;
+    };
+    for (const Expr* v : values)
+        if (!isNullLiteral(*v)) note(binding_.typeOf(v));
+    for (SqlType t : extraTypes)
+        note(t);
+    if (text && other)
+        notOnServer(*values.front(), u"Data type mismatch in criteria expression."_s,
+                    err::DataTypeMismatch);
+    QStringList texts;
+    for (const Expr* v : values) {
+        if (text)
+            texts << key(value(*v));
+        else if (dates || isNullLiteral(*v))
+            texts << value(*v);
+        else
+            texts << number(*v);
+    }
+    for (qsizetype i = 0; i < extraTexts.size(); ++i) {
+        const SqlType t = extraTypes[static_cast<std::size_t>(i)];
+        if (text)
+            texts << key(extraTexts[i]);
+        else if (!dates && t == SqlType::Boolean)
+            texts << u"(-CAST("_s + extraTexts[i] + u" AS integer))"_s;
+        else if (!dates && t == SqlType::Date)
+            texts << u"jet_serial("_s + extraTexts[i] + u')';
+        else
+            texts << extraTexts[i];
+    }
+    return texts;
+}
+
+QString PostgresGenerator::comparison(const Expr& e) const {
+    const Expr* sides[] = {e.args[0].get(), e.args[1].get()};
+    const QStringList t = comparable(sides);
+    return u'(' + t[0] + u' ' + comparisonOperator(e.op) + u' ' + t[1] + u')';
+}
+
+QString PostgresGenerator::predicate(const Expr& e) const {
+    const QString no = e.negated ? u"NOT "_s : QString();
+    switch (e.kind) {
+    case ExprKind::Between: {
+        const Expr* parts[] = {e.args[0].get(), e.args[1].get(), e.args[2].get()};
+        const QStringList t = comparable(parts);
+        return u'(' + t[0] + u' ' + no + u"BETWEEN "_s + t[1] + u" AND "_s + t[2] + u')';
+    }
+    case ExprKind::InList: {
+        std::vector<const Expr*> parts;
+        for (const ExprPtr& a : e.args)
+            parts.push_back(a.get());
+        QStringList t = comparable(parts);
+        const QString first = t.takeFirst();
+        return u'(' + first + u' ' + no + u"IN ("_s + t.join(u", "_s) + u"))"_s;
+    }
+    case ExprKind::InSelect: {
+        const auto& outputs = binding_.outputs(e.subquery.get());
+        const SqlType inner = outputs.empty() ? SqlType::Unknown : outputs.front().type.type;
+        const Expr* outer[] = {e.args[0].get()};
+        const SqlType innerTypes[] = {inner};
+        const QStringList t = comparable(outer, innerTypes, {u"jet_in.v"_s});
+        return u'(' + t[0] + u' ' + no + u"IN (SELECT "_s + t[1] + u" FROM ("_s +
+               select(*e.subquery) + u") AS jet_in(v)))"_s;
+    }
+    case ExprKind::Like: {
+        for (const ExprPtr& a : e.args)
+            if (!isText(binding_.typeOf(a.get())) && !isNullLiteral(*a))
+                notOnServer(e, u"The server matches only text with Like."_s);
+        return u'(' + no + u"jet_like("_s + value(*e.args[0]) + u", "_s + value(*e.args[1]) +
+               u"))"_s;
+    }
+    case ExprKind::IsNull:
+        return u'(' + value(*e.args[0]) + (e.negated ? u" IS NOT NULL)"_s : u" IS NULL)"_s);
+    case ExprKind::Exists:
+        return u"(EXISTS ("_s + select(*e.subquery) + u"))"_s;
+    default:
+        return value(e);
+    }
+}
+
+// ---- functions ----
+
+QString PostgresGenerator::function(const Expr& e) const {
+    const DialectFunction* f = findFunction(e.name);
+    if (!f) raise(err::UndefinedFunction, e.name);
+    if (e.args.size() == 1 && e.args[0]->kind == ExprKind::Function &&
+        e.args[0]->args.size() == 2 && e.args[0]->args[1]->kind == ExprKind::Literal &&
+        e.args[0]->args[1]->value.isString() &&
+        binding_.typeOf(e.args[0]->args[0].get()) == SqlType::Date) {
+        // CDate(Format(d, "yyyy/mm/dd")) and its time of day: cut without writing text.
+        const Expr& inner = *e.args[0];
+        if (const DialectFunction* part =
+                formattedDatePart(e.name, inner.name, inner.args[1]->value.stringValue()))
+            return QString::fromLatin1(part->postgres.sql).replace(u"%1"_s, value(*inner.args[0]));
+    }
+    if (f->isAggregate()) return aggregate(e, *f);
+    const QString name = QString::fromLatin1(f->name);
+    QString text;
+    switch (f->postgres.form) {
+    case PostgresForm::Choice:
+        text = choice(e);
+        break;
+    case PostgresForm::Native: {
+        text = QString::fromLatin1(f->postgres.sql);
+        for (std::size_t i = e.args.size(); i-- > 0;) {
+            const Expr& a = *e.args[i];
+            const SqlType t = binding_.typeOf(&a);
+            const PostgresArgs wanted = f->postgres.args;
+            const bool fits = isNullLiteral(a) || wanted == PostgresArgs::Any ||
+                              (wanted == PostgresArgs::Number && isNumeric(t)) ||
+                              (wanted == PostgresArgs::Text && isText(t)) ||
+                              (wanted == PostgresArgs::Date && t == SqlType::Date);
+            if (!fits) notOnServer(e, u"The server cannot work out %1 of this value."_s.arg(name));
+            text.replace(u'%' + QString::number(i + 1),
+                         wanted == PostgresArgs::Number ? number(a) : value(a));
+        }
+        break;
+    }
+    default: // worked out on this computer: see PostgresGenerator::read
+        notOnServer(e, u"%1 cannot be worked out by the server from a table's values, only in a "
+                       u"query's list of columns."_s.arg(e.name));
+    }
+    if (!e.dollar) return text;
+    switch (f->dollar) {
+    case DollarForm::NullRaises:
+        return u"jet_dollar("_s + text + u')';
+    case DollarForm::NullBlank:
+        return u"coalesce("_s + text + u", '')"_s;
+    default:
+        raise(err::UndefinedFunction, e.name + u'$');
+    }
+}
+
+QString PostgresGenerator::choice(const Expr& e) const {
+    const SqlType type = binding_.typeOf(&e);
+    if (type == SqlType::Unknown && !(isNullLiteral(*e.args[1]) && isNullLiteral(*e.args[2])))
+        notOnServer(e, u"The server cannot give IIf's choices of different kinds."_s);
+    return u"(CASE WHEN "_s + condition(*e.args[0]) + u" THEN "_s + typed(*e.args[1], type) +
+           u" ELSE "_s + typed(*e.args[2], type) + u" END)"_s;
+}
+
+// A value as the wider type it is shown as.
+QString PostgresGenerator::typed(const Expr& e, SqlType type) const {
+    const SqlType given = binding_.typeOf(&e);
+    if (given == type || (isText(given) && isText(type))) return value(e);
+    if (isNullLiteral(e)) return u"CAST(NULL AS "_s + pgWireType(type) + u')';
+    if (isNumeric(type) && isNumeric(given))
+        return u"CAST("_s + number(e) + u" AS "_s + pgWireType(type) + u')';
+    notOnServer(e, u"The server cannot give this value as the type it is shown as."_s);
+}
+
+QString PostgresGenerator::aggregate(const Expr& e, const DialectFunction& f) const {
+    struct Inside {
+        int& depth;
+        explicit Inside(int& d) : depth(d) { ++depth; }
+        ~Inside() { --depth; }
+    } inside(inAggregate_);
+    QStringList filters;
+    if (!pivotFilter_.isEmpty()) filters << pivotFilter_;
+    auto filtered = [&](const QString& call) {
+        return filters.isEmpty() ? call
+                                 : call + u" FILTER (WHERE "_s + filters.join(u" AND "_s) + u')';
+    };
+    const QString name = QString::fromLatin1(f.postgres.sql);
+    if (e.star) return filtered(u"count(*)"_s);
+    const Expr& arg = *e.args[0];
+    const SqlType type = binding_.typeOf(&arg);
+    const SqlType result = binding_.typeOf(&e);
+    if (f.kind == FunctionKind::Count) {
+        const QString v = isText(type) ? key(value(arg)) : value(arg);
+        return filtered(u"count("_s + (e.distinct ? u"DISTINCT "_s : QString()) + v + u')');
+    }
+    if (name == u"min" || name == u"max") {
+        const bool most = name == u"max";
+        if (isText(type)) {
+            // One of the texts that sort first (or last) without regard to case.
+            const QString v = value(arg);
+            filters << v + u" IS NOT NULL"_s;
+            return u'(' +
+                   filtered(u"array_agg("_s + v + u" ORDER BY "_s + key(v) +
+                            (most ? u" DESC"_s : QString()) + u')') +
+                   u")[1]"_s;
+        }
+        if (type == SqlType::Boolean)
+            return u'(' + filtered(name + u'(' + number(arg) + u')') + u" <> 0)"_s;
+        return filtered(name + u'(' + value(arg) + u')');
+    }
+    if (name == u"sum" || name == u"avg") {
+        const QString v = result == SqlType::Currency
+                              ? number(arg)
+                              : u"CAST("_s + number(arg) + u" AS double precision)"_s;
+        return filtered(name + u'(' + v + u')');
+    }
+    if (name.startsWith(u"jet_")) return filtered(name + u'(' + value(arg) + u')');
+    return filtered(name + u"(CAST("_s + number(arg) + u" AS double precision))"_s);
+}
+
+// ---- selects ----
+
+QString PostgresGenerator::tableRef(const TableRef& ref) const {
+    switch (ref.kind) {
+    case TableRef::Kind::Table: {
+        const CatalogTable* table = catalog_.table(ref.name);
+        const QString name = quoted(table ? table->name : ref.name);
+        return ref.alias.isEmpty() ? name : name + u" AS "_s + quoted(ref.alias);
+    }
+    case TableRef::Kind::Subquery:
+        return u'(' + select(*ref.subquery) + u") AS "_s + quoted(ref.alias);
+    case TableRef::Kind::Join: {
+        const QString kind = ref.join == JoinKind::Left    ? u" LEFT JOIN "_s
+                             : ref.join == JoinKind::Right ? u" RIGHT JOIN "_s
+                                                           : u" INNER JOIN "_s;
+        return u'(' + tableRef(*ref.left) + kind + tableRef(*ref.right) + u" ON "_s +
+               condition(*ref.on) + u')';
+    }
+    }
+    return QString();
+}
+
+QString PostgresGenerator::fromClause(std::span<const TableRefPtr> refs) const {
+    QStringList sources;
+    for (const TableRefPtr& ref : refs)
+        sources << tableRef(*ref);
+    return sources.isEmpty() ? QString() : u" FROM "_s + sources.join(u", "_s);
+}
+
+// The select list, each column sent as its type's wire type (those of `typesFrom`, the first
+// select of a union, where given).
+QStringList PostgresGenerator::items(const Select& s, const Select* typesFrom) const {
+    const auto& outputs = binding_.outputs(&s);
+    const auto& types = binding_.outputs(typesFrom ? typesFrom : &s);
+    QStringList list;
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        const OutputColumn& out = outputs[i];
+        const SqlType type = i < types.size() ? types[i].type.type : out.type.type;
+        const QString text =
+            out.expr && out.expr->kind == ExprKind::Star
+                ? quoted(out.starColumn.source) + u'.' + quoted(out.starColumn.column)
+                : typed(*out.expr, type);
+        list << u"CAST("_s + text + u" AS "_s + pgWireType(type) + u") AS "_s + quoted(out.name);
+    }
+    return list;
+}
+
+namespace {
+
+// Keeps a writer's state of an outer select away from a select written inside it.
+struct SelectScope {
+    QSet<QString>& groups;
+    int& depth;
+    QString& filter;
+    QSet<QString> keptGroups = std::exchange(groups, {});
+    int keptDepth = std::exchange(depth, 0);
+    QString keptFilter = std::exchange(filter, QString());
+    ~SelectScope() {
+        groups = std::move(keptGroups);
+        depth = keptDepth;
+        filter = std::move(keptFilter);
+    }
+};
+
+} // namespace
+
+QString PostgresGenerator::selectCore(const Select& s, const QStringList& list,
+                                      const QStringList& extraColumns) const {
+    QString sql = u"SELECT "_s + (s.distinct ? u"DISTINCT "_s : QString()) +
+                  (list + extraColumns).join(u", "_s);
+    sql += fromClause(s.from);
+    if (s.where) sql += u" WHERE "_s + condition(*s.where);
+    if (!s.groupBy.empty()) {
+        QStringList groups;
+        for (const ExprPtr& g : s.groupBy)
+            groups << (isText(binding_.typeOf(g.get())) ? key(value(*g)) : value(*g));
+        sql += u" GROUP BY "_s + groups.join(u", "_s);
+    }
+    if (s.having) sql += u" HAVING "_s + condition(*s.having);
+    return sql;
+}
+
+// The dialect sorts Nulls first, PostgreSQL last.
+QString PostgresGenerator::orderTerms(const Select& s) const {
+    QStringList terms;
+    const auto& outputs = binding_.outputs(&s);
+    for (const OrderItem& o : s.orderBy) {
+        QString term;
+        if (s.unionNext || s.distinct) {
+            // A union and a DISTINCT order by their result columns: find the column.
+            const ResolvedColumn* c = binding_.column(o.expr.get());
+            const QString printed = printExpression(*o.expr);
+            for (std::size_t i = 0; i < outputs.size() && term.isEmpty(); ++i) {
+                const bool same =
+                    (c && outputs[i].name.compare(c->column, Qt::CaseInsensitive) == 0) ||
+                    (outputs[i].expr && outputs[i].expr->kind != ExprKind::Star &&
+                     printExpression(*outputs[i].expr) == printed);
+                if (same)
+                    term = isText(outputs[i].type.type) ? key(quoted(outputs[i].name))
+                                                        : quoted(outputs[i].name);
+            }
+            if (term.isEmpty())
+                notOnServer(*o.expr,
+                            u"ORDER BY of a union or DISTINCT query must name one of its "
+                            u"columns on a server site."_s,
+                            err::SelectSyntax);
+        } else {
+            term = isText(binding_.typeOf(o.expr.get())) ? key(value(*o.expr)) : value(*o.expr);
+        }
+        terms << term + (o.descending ? u" DESC NULLS LAST"_s : u" NULLS FIRST"_s);
+    }
+    return terms.isEmpty() ? QString() : u" ORDER BY "_s + terms.join(u", "_s);
+}
+
+QString PostgresGenerator::select(const Select& s) const {
+    SelectScope scope{textGroups_, inAggregate_, pivotFilter_};
+    if (groupsRows(s))
+        for (const ExprPtr& g : s.groupBy)
+            if (isText(binding_.typeOf(g.get()))) textGroups_.insert(printExpression(*g));
+    QString sql = selectCore(s, items(s));
+    for (const Select *next = s.unionNext.get(), *prev = &s; next;
+         prev = next, next = next->unionNext.get()) {
+        SelectScope member{textGroups_, inAggregate_, pivotFilter_};
+        if (groupsRows(*next))
+            for (const ExprPtr& g : next->groupBy)
+                if (isText(binding_.typeOf(g.get()))) textGroups_.insert(printExpression(*g));
+        sql += (prev->unionAll ? u" UNION ALL "_s : u" UNION "_s) +
+               selectCore(*next, items(*next, &s));
+    }
+    const QString order = orderTerms(s);
+    if (!order.isEmpty()) {
+        sql = (s.unionNext || s.distinct)
+                  ? u"SELECT * FROM ("_s + sql + u") AS jet_sorted"_s + order
+                  : sql + order;
+    }
+    if (s.top) {
+        const QString count = QString::number(s.top->count, 'g', 17);
+        if (s.top->percent) {
+            // The share of the rows, rounded up, as the dialect counts it.
+            sql = u"SELECT * FROM ("_s + sql +
+                  u") AS jet_top LIMIT (SELECT CAST(trunc((count(*) * CAST("_s + count +
+                  u" AS double precision) + 99.999999) / 100) AS bigint) FROM ("_s +
+                  selectCore(s, items(s)) + u") AS jet_all)"_s;
+        } else {
+            sql += u" LIMIT "_s + count;
+        }
+    }
+    return sql;
+}
+
+PostgresGenerator::Read PostgresGenerator::read(const Select& s) const {
+    return refusingWhatServerCannot([&] {
+        Read plan;
+        const auto& outputs = binding_.outputs(&s);
+        for (const OutputColumn& out : outputs)
+            plan.fetched.push_back(out.type.type);
+        try {
+            plan.sql = select(s);
+            for (std::size_t i = 0; i < outputs.size(); ++i)
+                plan.source.push_back(static_cast<int>(i));
+            plan.local.resize(outputs.size());
+            return plan;
+        } catch (const NotOnServer&) {
+            if (s.distinct || s.unionNext) throw;
+        }
+        // Some columns are worked out here from parts the server sends: each column that the
+        // server cannot give is split into the largest parts it can, sent as extra columns.
+        SqliteGenerator local(binding_, catalog_);
+        QStringList extra;
+        std::vector<SqlType> partTypes;
+        plan.local.resize(outputs.size());
+        const QStringList written = [&] {
+            SelectScope scope{textGroups_, inAggregate_, pivotFilter_};
+            if (groupsRows(s))
+                for (const ExprPtr& g : s.groupBy)
+                    if (isText(binding_.typeOf(g.get()))) textGroups_.insert(printExpression(*g));
+            QStringList texts;
+            for (std::size_t i = 0; i < outputs.size(); ++i) {
+                const OutputColumn& out = outputs[i];
+                const SqlType type = out.type.type;
+                try {
+                    texts << u"CAST("_s +
+                                 (out.expr->kind == ExprKind::Star
+                                      ? quoted(out.starColumn.source) + u'.' +
+                                            quoted(out.starColumn.column)
+                                      : typed(*out.expr, type)) +
+                                 u" AS "_s + pgWireType(type) + u") AS "_s + quoted(out.name);
+                    plan.source.push_back(static_cast<int>(i));
+                    continue;
+                } catch (const NotOnServer&) {
+                }
+                texts << u"NULL AS "_s + quoted(out.name);
+                plan.source.push_back(-1);
+                LocalColumn& computed = plan.local[i];
+                std::function<void(const Expr&)> split = [&](const Expr& e) {
+                    try {
+                        const QString part = value(e);
+                        const SqlType partType = binding_.typeOf(&e);
+                        computed.fetched.push_back(
+                            static_cast<int>(plan.fetched.size() + extra.size()));
+                        local.substitute(&e, u'?' + QString::number(computed.fetched.size()));
+                        partTypes.push_back(partType);
+                        extra << u"CAST("_s + part + u" AS "_s + pgWireType(partType) +
+                                     u") AS jet_part"_s + QString::number(extra.size() + 1);
+                        return;
+                    } catch (const NotOnServer&) {
+                        const bool splittable =
+                            !e.args.empty() && !e.subquery &&
+                            !(e.kind == ExprKind::Function && isAggregateFunction(e.name));
+                        if (!splittable) throw;
+                    }
+                    for (const ExprPtr& a : e.args)
+                        split(*a);
+                };
+                split(*out.expr);
+                computed.expression = local.value(*out.expr);
+            }
+            return texts;
+        }();
+        plan.fetched.insert(plan.fetched.end(), partTypes.begin(), partTypes.end());
+        plan.sql = [&] {
+            SelectScope scope{textGroups_, inAggregate_, pivotFilter_};
+            if (groupsRows(s))
+                for (const ExprPtr& g : s.groupBy)
+                    if (isText(binding_.typeOf(g.get()))) textGroups_.insert(printExpression(*g));
+            QString sql = selectCore(s, written, extra) + orderTerms(s);
+            if (s.top && !s.top->percent)
+                sql += u" LIMIT "_s + QString::number(s.top->count, 'g', 17);
+            else if (s.top)
+                notOnServer(*outputs.front().expr,
+                            u"TOP PERCENT with columns worked out here is not supported on a "
+                            u"server site."_s);
+            return sql;
+        }();
+        return plan;
+    });
+}
+
+// ---- crosstabs ----
+
+QString PostgresGenerator::pivotValues(const Transform& t) const {
+    return refusingWhatServerCannot([&] {
+        const Select& s = *t.select;
+        const SqlType type = binding_.typeOf(t.pivot.get());
+        QString sql = u"SELECT DISTINCT CAST("_s + value(*t.pivot) + u" AS "_s + pgWireType(type) +
+                      u") AS v"_s + fromClause(s.from);
+        if (s.where) sql += u" WHERE "_s + condition(*s.where);
+        return sql + (isText(type) ? u" ORDER BY "_s + key(u"v"_s) + u" NULLS FIRST, v"_s +
+                                         kTextOrder + u" NULLS FIRST"_s
+                                   : u" ORDER BY v NULLS FIRST"_s);
+    });
+}
+
+QString PostgresGenerator::pivotMatch(const Transform& t, const PivotColumn& column) const {
+    const vb::Variant& first = column.values.front();
+    const SqlType type = binding_.typeOf(t.pivot.get());
+    if (first.isNull()) return value(*t.pivot) + u" IS NULL"_s;
+    if (column.fromInList) {
+        const Expr* pivot[] = {t.pivot.get()};
+        const SqlType listed[] = {isText(type) || first.isString() ? SqlType::Text : type};
+        const QStringList sides = comparable(pivot, listed, {pgLiteral(first, listed[0])});
+        return u'(' + sides[0] + u" = "_s + sides[1] + u')';
+    }
+    QStringList literals;
+    for (const vb::Variant& v : column.values)
+        literals << pgLiteral(v, type);
+    return value(*t.pivot) + u" IN ("_s + literals.join(u", "_s) + u')';
+}
+
+QString PostgresGenerator::crosstabCell(const Transform& t, const PivotColumn& column) const {
+    const Expr& value = *t.aggregate;
+    pivotFilter_ = pivotMatch(t, column);
+    const QString cell = this->value(value);
+    const QString rows = u"count(*) FILTER (WHERE "_s + pivotFilter_ + u')';
+    pivotFilter_.clear();
+    // An empty cell is Null, even for a count.
+    if (isCount(value)) {
+        const Expr* arg = value.args.empty() ? nullptr : value.args.front().get();
+        const ResolvedColumn* c = arg ? binding_.column(arg) : nullptr;
+        if (value.star || !arg || (c && c->type.counter)) return u"NULLIF("_s + cell + u", 0)"_s;
+    }
+    if (nullWhenEmpty(value)) return cell;
+    return u"(CASE WHEN "_s + rows + u" = 0 THEN NULL ELSE "_s + cell + u" END)"_s;
+}
+
+PostgresGenerator::Read PostgresGenerator::crosstab(const Transform& t,
+                                                    const std::vector<PivotColumn>& columns) const {
+    return refusingWhatServerCannot([&] {
+        const Select& s = *t.select;
+        SelectScope scope{textGroups_, inAggregate_, pivotFilter_};
+        for (const ExprPtr& g : s.groupBy)
+            if (isText(binding_.typeOf(g.get()))) textGroups_.insert(printExpression(*g));
+        const SqlType cellType = binding_.typeOf(t.aggregate.get());
+        QStringList cells;
+        for (std::size_t i = 0; i < columns.size(); ++i)
+            cells << u"CAST("_s + crosstabCell(t, columns[i]) + u" AS "_s + pgWireType(cellType) +
+                         u") AS jet_cell"_s + QString::number(i + 1);
+        Read plan;
+        plan.sql = selectCore(s, items(s), cells);
+        if (s.orderBy.empty() && !s.groupBy.empty()) {
+            // The dialect lists a crosstab's rows in the order of their headings.
+            QStringList groups;
+            for (const ExprPtr& g : s.groupBy)
+                groups << (isText(binding_.typeOf(g.get())) ? key(value(*g)) : value(*g)) +
+                              u" NULLS FIRST"_s;
+            plan.sql += u" ORDER BY "_s + groups.join(u", "_s);
+        } else {
+            plan.sql += orderTerms(s);
+        }
+        for (const ResultColumn& c : crosstabColumns(binding_, t, columns)) {
+            plan.source.push_back(static_cast<int>(plan.fetched.size()));
+            plan.fetched.push_back(c.type.type);
+        }
+        plan.local.resize(plan.source.size());
+        return plan;
+    });
+}
+
+// ---- writes ----
+
+// A value written into a column: converted as the file engine converts it (CInt's rounding, CDate,
+// CBool, CStr), a constant here, anything else on the server.
+QString PostgresGenerator::storedValue(const Expr& e, const ColumnType& target) const {
+    const SqlType given = binding_.typeOf(&e);
+    const SqlType to = target.type;
+    if (isConstant(e)) {
+        const vb::Variant v = e.kind == ExprKind::Literal
+                                  ? e.value
+                                  : local_.evaluate(SqliteGenerator(binding_, catalog_).value(e),
+                                                    {}, varTypeOf(given));
+        return pgLiteral(convertedFor(v, to), to);
+    }
+    if (given == to || (isText(given) && isText(to))) return value(e);
+    const QString wire = pgWireType(to);
+    if (isText(to)) return textOf(e);
+    if (isText(given)) return u"CAST("_s + value(e) + u" AS "_s + wire + u')';
+    if (to == SqlType::Boolean) return u'(' + number(e) + u" <> 0)"_s;
+    if (to == SqlType::Date) return u"jet_date(CAST("_s + number(e) + u" AS double precision))"_s;
+    if (to == SqlType::Currency)
+        return isWhole(given)
+                   ? u"CAST("_s + number(e) + u" AS numeric)"_s
+                   : u"jet_to_currency(CAST("_s + number(e) + u" AS double precision))"_s;
+    if (to == SqlType::Single || to == SqlType::Double)
+        return u"CAST("_s + number(e) + u" AS "_s + wire + u')';
+    // Whole numbers round half to even, as CInt and CLng do.
+    const QString whole =
+        isWhole(given) ? number(e) : u"round(CAST("_s + number(e) + u" AS double precision))"_s;
+    if (to == SqlType::Byte) return u"jet_to_byte("_s + whole + u')';
+    return u"CAST("_s + whole + u" AS "_s + wire + u')';
+}
+
+QString PostgresGenerator::insertRows(const QString& into, const Select& rows,
+                                      const std::vector<ColumnType>& targets) const {
+    const std::vector<OutputColumn>& outputs = binding_.outputs(&rows);
+    if (outputs.size() != targets.size()) raise(err::InsertSyntax);
+    QStringList names, values;
+    bool same = true;
+    for (std::size_t i = 0; i < targets.size(); ++i) {
+        names << u"c"_s + QString::number(i + 1);
+        const SqlType given = outputs[i].type.type;
+        const SqlType to = targets[i].type;
+        QString v = names.back();
+        if (!(given == to || (isText(given) && isText(to)))) {
+            same = false;
+            // The conversions of storedValue, on a row's column.
+            if (isText(to))
+                v = u"CAST("_s + v + u" AS text)"_s; // written as the server writes it
+            else if (given == SqlType::Boolean)
+                v = to == SqlType::Date
+                        ? u"jet_date(-CAST("_s + v + u" AS integer))"_s
+                        : u"CAST(-CAST("_s + v + u" AS integer) AS "_s + pgWireType(to) + u')';
+            else if (to == SqlType::Boolean)
+                v = u'(' + (given == SqlType::Date ? u"jet_serial("_s + v + u')' : v) + u" <> 0)"_s;
+            else if (to == SqlType::Date)
+                v = u"jet_date(CAST("_s + v + u" AS double precision))"_s;
+            else if (given == SqlType::Date)
+                v = u"CAST(jet_serial("_s + v + u") AS "_s + pgWireType(to) + u')';
+            else if (to == SqlType::Byte)
+                v = u"jet_to_byte(round(CAST("_s + v + u" AS double precision)))"_s;
+            else if (isWhole(to) && !isWhole(given) && !isText(given))
+                v = u"CAST(round(CAST("_s + v + u" AS double precision)) AS "_s + pgWireType(to) +
+                    u')';
+            else if (to == SqlType::Currency && !isWhole(given) && !isText(given))
+                v = u"jet_to_currency(CAST("_s + v + u" AS double precision))"_s;
+            else
+                v = u"CAST("_s + v + u" AS "_s + pgWireType(to) + u')';
+        }
+        values << v;
+    }
+    if (same) return into + select(rows);
+    return into + u"SELECT "_s + values.join(u", "_s) + u" FROM ("_s + select(rows) +
+           u") AS jet_rows("_s + names.join(u", "_s) + u')';
+}
+
+QString PostgresGenerator::insert(const Insert& s) const {
+    const CatalogTable* table = catalog_.table(s.table);
+    if (!table) raise(err::NoInputTable, s.table);
+    std::vector<const CatalogColumn*> targets;
+    if (s.columns.empty()) {
+        for (const CatalogColumn& c : table->columns)
+            targets.push_back(&c);
+    } else {
+        for (const QString& name : s.columns) {
+            const CatalogColumn* c = table->column(name);
+            if (!c) raise(err::UnknownInsertField, name);
+            targets.push_back(c);
+        }
+    }
+    QStringList names;
+    std::vector<ColumnType> types;
+    for (const CatalogColumn* c : targets) {
+        names << quoted(c->name);
+        types.push_back(c->type);
+    }
+    const QString into = insertInto(table->name, names);
+    if (s.select) return insertRows(into, *s.select, types);
+    if (s.values.size() != targets.size()) raise(err::InsertSyntax);
+    QStringList values;
+    for (std::size_t i = 0; i < targets.size(); ++i)
+        values << storedValue(*s.values[i], types[i]);
+    return into + u"VALUES ("_s + values.join(u", "_s) + u')';
+}
+
+namespace {
+
+QString createTable(const QString& name, const QStringList& columns) {
+    return (isSessionTableName(name) ? u"CREATE TEMP TABLE "_s : u"CREATE TABLE "_s) +
+           PostgresGenerator::quoted(name) + u" ("_s + columns.join(u", "_s) + u')';
+}
+
+QString columnDeclaration(const ColumnDef& c, const ColumnType& type) {
+    QString def = PostgresGenerator::quoted(c.name) + u' ' + pgDeclaration(type);
+    if (c.notNull) def += u" NOT NULL"_s;
+    if (c.primaryKey) def += u" PRIMARY KEY"_s;
+    return def;
+}
+
+} // namespace
+
+PostgresGenerator::Commands PostgresGenerator::selectInto(const Select& s) const {
+    if (catalog_.table(s.into)) raise(err::TableExists, s.into);
+    QStringList columns, names;
+    std::vector<ColumnType> types;
+    QSet<QString> seen;
+    for (const OutputColumn& out : binding_.outputs(&s)) {
+        const QString lower = out.name.toLower();
+        if (seen.contains(lower)) raise(err::FieldDefinedTwice);
+        seen.insert(lower);
+        ColumnType type = out.type;
+        type.counter = false;
+        columns << quoted(out.name) + u' ' + pgDeclaration(type);
+        names << quoted(out.name);
+        types.push_back(type);
+    }
+    return {{createTable(s.into, columns), false},
+            {insertRows(insertInto(s.into, names), s, types)}};
+}
+
+// The rows `from` gives that `where` keeps, read before any is written: for each table of
+// `rowsOf` its row's ctid (Null where an outer join found none) as r1, r2, ..., then `values` as
+// v1, v2, ..., numbered in the order of the tables' own rows, so that the last of several
+// matches is the last a reading of the tables meets.
+PostgresGenerator::Commands PostgresGenerator::matches(std::span<const TableRefPtr> from,
+                                                       const Expr* where,
+                                                       const std::vector<const TableRef*>& rowsOf,
+                                                       const QStringList& values,
+                                                       bool counted) const {
+    QStringList columns, order;
+    for (std::size_t i = 0; i < rowsOf.size(); ++i)
+        columns << rowidOf(*rowsOf[i]) + u" AS "_s + rowColumn(i);
+    for (int i = 0; i < values.size(); ++i)
+        columns << values[i] + u" AS "_s + valueColumn(i);
+    for (const JoinedSource& s : joinedSources(from))
+        if (s.ref->kind == TableRef::Kind::Table) order << rowidOf(*s.ref);
+    QString sql = u"CREATE TEMP TABLE jet_matches AS SELECT row_number() OVER (ORDER BY "_s +
+                  order.join(u", "_s) + u") AS n, "_s + columns.join(u", "_s) + fromClause(from);
+    if (where) sql += u" WHERE "_s + condition(*where);
+    return {{sql, counted}};
+}
+
+PostgresGenerator::Commands PostgresGenerator::update(const Update& s) const {
+    const TableRef& target = *s.from.front();
+    if (s.from.size() == 1 && target.kind == TableRef::Kind::Table) {
+        const CatalogTable* table = catalog_.table(target.name);
+        if (!table) raise(err::NoInputTable, target.name);
+        QStringList sets;
+        for (const Assignment& a : s.assignments) {
+            const ResolvedColumn* c = binding_.column(a.column.get());
+            const CatalogColumn* column = c ? table->column(c->column) : nullptr;
+            if (!column) raise(err::NotUpdatable);
+            sets << quoted(column->name) + u" = "_s + storedValue(*a.value, column->type);
+        }
+        QString sql = u"UPDATE "_s + tableRef(target) + u" SET "_s + sets.join(u", "_s);
+        if (s.where) sql += u" WHERE "_s + condition(*s.where);
+        return {{sql}};
+    }
+    // Through a join: every value is worked out from the rows as they were; a row several rows
+    // of the join match is written once, with the last match's values, and counted once per
+    // match; where an outer join found no row of a written table, its values go in as a new row.
+    const std::vector<JoinedSource> sources = joinedSources(s.from);
+    if (!std::all_of(sources.begin(), sources.end(), updatable)) raise(err::NotUpdatable);
+    std::vector<WrittenTable> written;
+    QStringList values;
+    for (const Assignment& a : s.assignments) {
+        const ResolvedColumn* c = binding_.column(a.column.get());
+        const JoinedSource* source = c ? sourceNamed(sources, c->source) : nullptr;
+        if (!source || source->ref->kind != TableRef::Kind::Table) raise(err::NotUpdatable);
+        const CatalogTable* table = catalog_.table(source->ref->name);
+        const CatalogColumn* column = table ? table->column(c->column) : nullptr;
+        if (!column) raise(err::NotUpdatable);
+        auto w = std::find_if(written.begin(), written.end(),
+                              [&](const WrittenTable& t) { return t.source == source; });
+        if (w == written.end()) w = written.insert(w, WrittenTable{source, table, {}});
+        w->set(quoted(column->name), static_cast<int>(values.size()));
+        values << storedValue(*a.value, column->type);
+    }
+    std::vector<const TableRef*> rowsOf;
+    for (const WrittenTable& w : written)
+        rowsOf.push_back(w.source->ref);
+    Commands commands = matches(s.from, s.where.get(), rowsOf, values, true);
+    for (std::size_t i = 0; i < written.size(); ++i) {
+        const WrittenTable& w = written[i];
+        const QString target = quoted(w.table->name), row = rowColumn(i);
+        QStringList sets, names, given;
+        for (const auto& [column, place] : w.columns) {
+            sets << column + u" = jet_match."_s + valueColumn(place);
+            names << column;
+            given << valueColumn(place);
+        }
+        commands.push_back({u"UPDATE "_s + target + u" SET "_s + sets.join(u", "_s) +
+                                u" FROM (SELECT DISTINCT ON ("_s + row + u") * FROM "_s + kMatches +
+                                u" WHERE "_s + row + u" IS NOT NULL ORDER BY "_s + row +
+                                u", n DESC) AS jet_match WHERE "_s + target +
+                                u".ctid = jet_match."_s + row,
+                            false});
+        if (w.source->optional)
+            commands.push_back({insertInto(w.table->name, names) + u"SELECT "_s +
+                                    given.join(u", "_s) + u" FROM "_s + kMatches + u" WHERE "_s +
+                                    row + u" IS NULL ORDER BY n"_s,
+                                false});
+    }
+    commands.push_back({kDropMatches, false});
+    return commands;
+}
+
+PostgresGenerator::Commands PostgresGenerator::deleteRows(const Delete& s) const {
+    const TableRef& first = *s.from.front();
+    if (s.from.size() == 1 && first.kind == TableRef::Kind::Table) {
+        QString sql = u"DELETE FROM "_s + tableRef(first);
+        if (s.where) sql += u" WHERE "_s + condition(*s.where);
+        return {{sql}};
+    }
+    const std::vector<JoinedSource> sources = joinedSources(s.from);
+    if (s.from.size() == 1 && sources.size() == 1) raise(err::CannotDeleteFrom);
+    if (s.targets.empty()) raise(err::DeleteWhichTable);
+    std::vector<const TableRef*> rowsOf;
+    for (const QString& name : s.targets) {
+        const JoinedSource* source = sourceNamed(sources, name);
+        if (!source) raise(err::NoInputTable, name);
+        if (source->ref->kind != TableRef::Kind::Table) raise(err::CannotDeleteFrom);
+        if (std::find(rowsOf.begin(), rowsOf.end(), source->ref) == rowsOf.end())
+            rowsOf.push_back(source->ref);
+    }
+    Commands commands = matches(s.from, s.where.get(), rowsOf, {}, false);
+    for (std::size_t i = 0; i < rowsOf.size(); ++i) {
+        const CatalogTable* table = catalog_.table(rowsOf[i]->name);
+        commands.push_back({u"DELETE FROM "_s + quoted(table ? table->name : rowsOf[i]->name) +
+                            u" WHERE ctid IN (SELECT "_s + rowColumn(i) + u" FROM "_s + kMatches +
+                            u')'});
+    }
+    commands.push_back({kDropMatches, false});
+    return commands;
+}
+
+// The server adds and changes columns with keys and counters, but, as the dialect, refuses to
+// drop one an index needs.
+QString PostgresGenerator::alterTable(const AlterTable& s) const {
+    const CatalogTable* table = catalog_.table(s.table);
+    if (!table) raise(err::NoSuchTable, s.table);
+    const CatalogColumn* existing = table->column(s.column.name);
+    const QString head = u"ALTER TABLE "_s + quoted(table->name);
+    switch (s.action) {
+    case AlterTable::Action::AddColumn: {
+        const auto type = columnTypeFromName(s.column.typeName, s.column.size);
+        if (!type) raise(err::AlterTableSyntax);
+        if (existing) raise(err::FieldExists, s.column.name, table->name);
+        return head + u" ADD COLUMN "_s + columnDeclaration(s.column, *type);
+    }
+    case AlterTable::Action::DropColumn:
+        if (!existing) raise(err::NoSuchField, s.column.name, table->name);
+        if (existing->indexed || existing->type.counter) raise(err::IndexedField);
+        return head + u" DROP COLUMN "_s + quoted(existing->name);
+    case AlterTable::Action::AlterColumn: {
+        const auto type = columnTypeFromName(s.column.typeName, s.column.size);
+        if (!type) raise(err::AlterTableSyntax);
+        if (!existing) raise(err::NoSuchField, s.column.name, table->name);
+        if (type->counter || s.column.primaryKey) raise(err::NotSupported);
+        const QString name = quoted(existing->name);
+        return head + u" ALTER COLUMN "_s + name + u" TYPE "_s + pgDeclaration(*type) +
+               u" USING CAST("_s + name + u" AS "_s + pgWireType(type->type) + u')';
+    }
+    }
+    raise(err::NotSupported);
+}
+
+PostgresGenerator::Commands PostgresGenerator::schemaChange(const Statement& statement) const {
+    if (const auto* s = std::get_if<CreateTable>(&statement)) {
+        if (catalog_.table(s->name)) raise(err::TableExists, s->name);
+        QStringList columns;
+        for (const ColumnDef& c : s->columns) {
+            auto type = columnTypeFromName(c.typeName, c.size);
+            if (!type) raise(err::CreateTableSyntax);
+            columns << columnDeclaration(c, *type);
+        }
+        return {{createTable(s->name, columns)}};
+    }
+    if (const auto* s = std::get_if<CreateIndex>(&statement)) {
+        const CatalogTable* table = catalog_.table(s->table);
+        if (!table) raise(err::NoInputTable, s->table);
+        QStringList columns;
+        for (const IndexColumn& c : s->columns) {
+            const CatalogColumn* column = table->column(c.name);
+            if (!column) raise(err::TooFewParameters, c.name);
+            columns << quoted(column->name) + (c.descending ? u" DESC"_s : QString());
+        }
+        return {{(s->unique ? u"CREATE UNIQUE INDEX "_s : u"CREATE INDEX "_s) + quoted(s->name) +
+                 u" ON "_s + quoted(table->name) + u" ("_s + columns.join(u", "_s) + u')'}};
+    }
+    if (const auto* s = std::get_if<DropTable>(&statement)) {
+        const CatalogTable* table = catalog_.table(s->name);
+        if (!table) raise(err::NoSuchTable, s->name);
+        return {{u"DROP TABLE "_s + quoted(table->name)}};
+    }
+    if (const auto* s = std::get_if<AlterTable>(&statement)) return {{alterTable(*s)}};
+    raise(err::InvalidStatement);
+}
+
+PostgresGenerator::Commands PostgresGenerator::commands(const Statement& statement) const {
+    return refusingWhatServerCannot([&]() -> Commands {
+        if (const auto* s = std::get_if<Select>(&statement))
+            return s->into.isEmpty() ? Commands{{select(*s)}} : selectInto(*s);
+        if (const auto* s = std::get_if<Insert>(&statement)) return {{insert(*s)}};
+        if (const auto* s = std::get_if<Update>(&statement)) return update(*s);
+        if (const auto* s = std::get_if<Delete>(&statement)) return deleteRows(*s);
+        return schemaChange(statement);
+    });
+}
+
+} // namespace jet
