@@ -1,0 +1,256 @@
+#include "site/ServerSite.h"
+
+#include "site/SiteSchema.h"
+#include "vb/VbError.h"
+
+#include <QRegularExpression>
+#include <QStringList>
+#include <libpq-fe.h>
+
+namespace site {
+
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+using jet::PgConnection;
+
+// The same numbers a site file's refusals carry.
+constexpr int kCannotOpen = 3014;
+constexpr int kHoldsSite = 3019;
+// PostgreSQL cuts longer names short, and two sites' roles could then meet.
+constexpr qsizetype kLongestName = 63;
+
+QString name(const QString& text) {
+    return PgConnection::quotedName(text);
+}
+
+QString literal(const QString& text) {
+    return PgConnection::quotedLiteral(text);
+}
+
+bool isTrue(const PgConnection::TextResult& result) {
+    return !result.rows.empty() && result.rows.front()[0] == u"t"_s;
+}
+
+bool roleExists(PgConnection& server, const QString& role) {
+    return isTrue(server.query(u"SELECT EXISTS (SELECT 1 FROM pg_roles WHERE rolname = "_s +
+                               literal(role) + u')'));
+}
+
+bool databaseExists(PgConnection& server, const QString& database) {
+    return isTrue(server.query(u"SELECT EXISTS (SELECT 1 FROM pg_database WHERE datname = "_s +
+                               literal(database) + u')'));
+}
+
+// The tables a site is made of, as its schema script names them.
+QStringList siteTables() {
+    static const QRegularExpression create(u"CREATE TABLE (\\w+)"_s,
+                                           QRegularExpression::CaseInsensitiveOption);
+    QStringList tables;
+    for (auto it = create.globalMatch(schemaText()); it.hasNext();)
+        tables << it.next().captured(1);
+    return tables;
+}
+
+// Makes the role, or takes over one that a site of this name had before, with only the rights
+// given here.
+void setRole(PgConnection& server, const QString& role, const QString& attributes) {
+    const QString common = u" NOSUPERUSER NOCREATEDB NOCREATEROLE NOREPLICATION INHERIT "_s;
+    server.exec((roleExists(server, role) ? u"ALTER ROLE "_s : u"CREATE ROLE "_s) + name(role) +
+                common + attributes);
+}
+
+// Statements made from the catalog: one for each object the role owns in the site's schema.
+QStringList forEachOwned(PgConnection& server, const QString& owner, const QString& catalogQuery) {
+    QStringList statements;
+    for (const auto& row :
+         server.query(QString(catalogQuery).replace(u"$owner"_s, literal(owner))).rows)
+        statements << *row[0];
+    return statements;
+}
+
+void execAll(PgConnection& server, const QStringList& statements) {
+    for (const QString& statement : statements)
+        server.exec(statement);
+}
+
+// What the client may do: read every table of the site, add to the log and to the saved
+// searches and delete a saved search (what the client's toolbar and Power Search send), make
+// temporary tables (the two-stage reports' tblTemp), and run the schema's functions. Run as the
+// owner, who holds the grant options.
+void grantClient(PgConnection& server, const QString& owner, const QString& client) {
+    const QString who = name(client);
+    execAll(
+        server,
+        forEachOwned(
+            server, owner,
+            u"SELECT format('GRANT SELECT ON %s TO %s', c.oid::regclass, "_s + literal(who) +
+                u") FROM pg_class c WHERE c.relkind IN ('r', 'p', 'v') AND "
+                u"c.relowner = (SELECT oid FROM pg_roles WHERE rolname = $owner) "
+                u"AND c.relnamespace = (SELECT oid FROM pg_namespace WHERE nspname = current_schema())"_s));
+    for (const auto& [table, rights] :
+         {std::pair{"tblLog", u"INSERT"_s}, std::pair{"tblPowerSearches", u"INSERT, DELETE"_s}}) {
+        const std::optional<QString> found = serverTable(server, table);
+        if (!found)
+            throw vb::VbError(kCannotOpen,
+                              u"The site's scripts made no table "_s + QLatin1String(table) + u'.');
+        server.exec(u"GRANT "_s + rights + u" ON "_s + *found + u" TO "_s + who);
+        execAll(server, forEachOwned(server, owner,
+                                     u"SELECT format('GRANT USAGE ON SEQUENCE %s TO %s', "
+                                     u"d.objid::regclass, "_s +
+                                         literal(who) +
+                                         u") FROM pg_depend d JOIN pg_class s ON s.oid = d.objid "
+                                         u"WHERE s.relkind = 'S' AND d.refobjid = "_s +
+                                         literal(*found) + u"::regclass"_s));
+    }
+    // Functions run for everybody unless told otherwise; the site's are the client's alone.
+    execAll(server,
+            forEachOwned(server, owner,
+                         u"SELECT format('REVOKE ALL ON FUNCTION %s FROM PUBLIC; GRANT EXECUTE "
+                         u"ON FUNCTION %s TO %s', p.oid::regprocedure, p.oid::regprocedure, "_s +
+                             literal(who) +
+                             u") FROM pg_proc p WHERE p.proowner = (SELECT oid FROM pg_roles "
+                             u"WHERE rolname = $owner) AND p.pronamespace = (SELECT oid FROM "
+                             u"pg_namespace WHERE nspname = current_schema())"_s));
+}
+
+// Drops what a site made before in this database: the objects its roles own and the rights they
+// were given here, and the site's tables whoever made them.
+void dropSite(PgConnection& server, const QString& owner, const QString& client) {
+    server.exec(u"DROP OWNED BY "_s + name(owner) + u", "_s + name(client));
+    QStringList found;
+    for (const QString& table : siteTables())
+        if (const auto t = serverTable(server, table.toLatin1().constData())) found << *t;
+    if (!found.isEmpty()) server.exec(u"DROP TABLE "_s + found.join(u", "_s) + u" CASCADE"_s);
+}
+
+jet::PgAddress maintenanceAddress(const jet::PgAddress& address) {
+    jet::PgAddress maintenance = address;
+    maintenance.database = u"postgres"_s;
+    return maintenance;
+}
+
+void dropDatabase(const jet::PgAddress& address) noexcept {
+    try {
+        connectServer(maintenanceAddress(address))
+            ->exec(u"DROP DATABASE IF EXISTS "_s + name(address.database) + u" WITH (FORCE)"_s);
+    } catch (const vb::VbError&) {
+        // The failure that brought us here is the one to report.
+    }
+}
+
+// The site's objects, from the scripts a site file is made from, and the functions the server
+// runs the dialect with (first: the tables use its types).
+void installSiteObjects(jet::PostgresDatabase& db) {
+    db.installFunctions();
+    db.executeScript(schemaText());
+    db.executeScript(fixedReportsText());
+    // Every entry of the scripts is one command, so none ends the transaction the site is made in;
+    // should one ever, a half-made site would stay, so this refuses to go on.
+    if (PQtransactionStatus(db.connection().handle()) != PQTRANS_INTRANS)
+        throw vb::VbError(kCannotOpen, u"The site's scripts ended the transaction it is made in"_s);
+}
+
+void buildSite(jet::PostgresDatabase& db, const QString& database, const ServerInit& init) {
+    PgConnection& server = db.connection();
+    const QString owner = ownerRole(database), client = clientRole(database);
+    server.exec(u"BEGIN"_s);
+    if (serverTable(server, "tblTrans") && !init.force)
+        throw vb::VbError(kHoldsSite, u"The database "_s + database +
+                                          u" already holds a site; use --force to make it "
+                                          u"afresh"_s);
+    setRole(server, owner, u"NOLOGIN"_s);
+    setRole(server, client, u"LOGIN PASSWORD "_s + literal(init.clientPassword));
+    // Another role than a superuser acts as the two roles through membership.
+    if (!isTrue(server.query(u"SELECT rolsuper FROM pg_roles WHERE rolname = current_user"_s)))
+        server.exec(u"GRANT "_s + name(owner) + u", "_s + name(client) + u" TO CURRENT_USER"_s);
+    if (init.force) dropSite(server, owner, client);
+
+    // Other roles of the server (another site's client among them) have no business here.
+    server.exec(u"REVOKE ALL ON DATABASE "_s + name(database) + u" FROM PUBLIC"_s);
+    server.exec(u"GRANT CONNECT, TEMPORARY ON DATABASE "_s + name(database) + u" TO "_s +
+                name(client));
+    server.exec(u"REVOKE CREATE ON SCHEMA public FROM PUBLIC"_s);
+    server.exec(u"GRANT USAGE, CREATE ON SCHEMA public TO "_s + name(owner));
+    server.exec(u"GRANT USAGE ON SCHEMA public TO "_s + name(client));
+
+    server.exec(u"SET LOCAL ROLE "_s + name(owner));
+    installSiteObjects(db);
+    grantClient(server, owner, client);
+    server.exec(u"RESET ROLE"_s);
+    server.exec(u"COMMIT"_s);
+}
+
+} // namespace
+
+QString ownerRole(const QString& database) {
+    return database + u"_owner"_s;
+}
+
+QString clientRole(const QString& database) {
+    return database + u"_client"_s;
+}
+
+QString addressText(const jet::PgAddress& address) {
+    return address.role + u'@' + address.host + u'/' + address.database;
+}
+
+std::unique_ptr<PgConnection> connectServer(const jet::PgAddress& address) {
+    PgConnection::Options options;
+    options.address = address;
+    options.applicationName = u"tillsight-site"_s;
+    return PgConnection::open(options);
+}
+
+std::optional<QString> serverTable(PgConnection& server, const char* table) {
+    const auto found = server.query(
+        u"SELECT c.oid::regclass::text FROM pg_class c WHERE lower(c.relname) = lower("_s +
+        literal(QLatin1String(table)) +
+        u") AND c.relkind IN ('r', 'p') AND pg_table_is_visible(c.oid) ORDER BY c.relname "
+        u"LIMIT 1"_s);
+    if (found.rows.empty()) return std::nullopt;
+    return found.rows.front()[0];
+}
+
+std::unique_ptr<jet::PostgresDatabase> openServerSite(const jet::PgAddress& address) {
+    auto db = std::make_unique<jet::PostgresDatabase>(connectServer(address));
+    if (!serverTable(db->connection(), "tblTrans"))
+        throw vb::VbError(kCannotOpen, u"The database "_s + address.database + u" holds no site"_s);
+    return db;
+}
+
+void initServerSite(const jet::PgAddress& address, const ServerInit& init) {
+    if (clientRole(address.database).toUtf8().size() > kLongestName)
+        throw vb::VbError(kCannotOpen, u"The database name "_s + address.database +
+                                           u" is too long to name its roles after"_s);
+    if (init.clientPassword.isEmpty())
+        throw vb::VbError(kCannotOpen, u"The client role needs a password"_s);
+    std::unique_ptr<PgConnection> server;
+    bool made = false;
+    try {
+        server = connectServer(address);
+    } catch (const vb::VbError&) {
+        // Perhaps only the database is missing: the server's own database tells.
+        std::unique_ptr<PgConnection> admin;
+        try {
+            admin = connectServer(maintenanceAddress(address));
+        } catch (const vb::VbError&) {
+        }
+        if (!admin || databaseExists(*admin, address.database)) throw;
+        admin->exec(u"CREATE DATABASE "_s + name(address.database));
+        made = true;
+    }
+    std::unique_ptr<jet::PostgresDatabase> db;
+    try {
+        db = std::make_unique<jet::PostgresDatabase>(server ? std::move(server)
+                                                            : connectServer(address));
+        buildSite(*db, address.database, init);
+    } catch (const vb::VbError&) {
+        db.reset();
+        // CREATE DATABASE stands outside any transaction; a database this run made goes again.
+        if (made) dropDatabase(address);
+        throw;
+    }
+}
+
+} // namespace site
