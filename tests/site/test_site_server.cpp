@@ -339,6 +339,22 @@ TEST_F(ServerSiteTool, AWrongPasswordOrHostFailsWithTheReasonAndABadCommandLineI
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(run.err.contains(u"nohost.invalid"_s)) << run.err.toStdString();
 
+    // The client's list takes a server site as a manager reaches it, only when it answers.
+    const QString program = dir_.filePath(u"tillsight"_s), ini = dir_.filePath(u"tillsight.ini"_s);
+    writeFile(u"tillsight"_s, "#!/bin/sh\n");
+    const QString asClient = site::clientRole(name_) + u"@127.0.0.1/"_s + name_;
+    for (const QString& password : {u"wrong.pw"_s, u"client.pw"_s})
+        run = sitetest::tool({u"add-site"_s, asClient, u"--port"_s, port(), u"--password-file"_s,
+                              dir_.filePath(password), u"--client"_s, program, u"--name"_s,
+                              password});
+    EXPECT_EQ(run.status, 0) << run.err.toStdString();
+    QFile settings(ini);
+    ASSERT_TRUE(settings.open(QIODevice::ReadOnly));
+    const QString listed = QString::fromUtf8(settings.readAll()).remove(u'\r');
+    EXPECT_TRUE(listed.contains(u"[client.pw]\n"_s + asClient + u"\n0\n"_s + port() + u'\n'))
+        << listed.toStdString();
+    EXPECT_FALSE(listed.contains(u"wrong.pw"_s));
+
     for (const QStringList& bad :
          QList<QStringList>{{u"query"_s, address(), u"--port"_s, u"abc"_s, u"select 1"_s},
                             {u"demo"_s, address(), u"--port"_s, u"70000"_s},
