@@ -7,6 +7,7 @@
 
 #include "jet/PgConnection.h"
 #include "jet/Storage.h"
+#include "site/ServerSite.h"
 #include "vb/DateTime.h"
 #include "vb/VbError.h"
 
@@ -52,22 +53,22 @@ Form formOf(const QString& type) {
 }
 
 ServerTable lookUp(jet::PgConnection& server, const char* name) {
-    const auto result = server.query(
-        QStringLiteral(
-            "SELECT c.oid::regclass::text, a.attname, t.typname, "
-            "pg_get_serial_sequence(c.oid::regclass::text, a.attname) FROM pg_class c "
-            "JOIN pg_attribute a ON a.attrelid = c.oid JOIN pg_type t ON t.oid = a.atttypid "
-            "WHERE lower(c.relname) = lower(%1) AND c.relkind IN ('r', 'p') "
-            "AND pg_table_is_visible(c.oid) AND a.attnum > 0 AND NOT a.attisdropped "
-            "ORDER BY a.attnum")
-            .arg(jet::PgConnection::quotedLiteral(QString::fromLatin1(name))));
-    if (result.rows.empty())
+    const std::optional<QString> found = serverTable(server, name);
+    if (!found)
         throw vb::VbError(kNoTable,
                           QStringLiteral("The site has no table %1.").arg(QLatin1String(name)));
-    ServerTable table{*result.rows.front()[0], {}};
-    for (const auto& row : result.rows)
-        table.columns.push_back({*row[1], formOf(*row[2]), row[3].value_or(QString())});
-    return table;
+    const QString table = jet::PgConnection::quotedLiteral(*found);
+    ServerTable columns{*found, {}};
+    for (const auto& row :
+         server
+             .query(QStringLiteral("SELECT a.attname, t.typname, pg_get_serial_sequence(%1, "
+                                   "a.attname) FROM pg_attribute a JOIN pg_type t ON t.oid = "
+                                   "a.atttypid WHERE a.attrelid = %1::regclass AND a.attnum > 0 "
+                                   "AND NOT a.attisdropped ORDER BY a.attnum")
+                        .arg(table))
+             .rows)
+        columns.columns.push_back({*row[0], formOf(*row[1]), row[2].value_or(QString())});
+    return columns;
 }
 
 // Rows in COPY's text form: values separated by tabs, a row ended by a line feed.
