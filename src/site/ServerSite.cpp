@@ -53,11 +53,33 @@ QStringList siteTables() {
 }
 
 // Makes the role, or takes over one that a site of this name had before, with only the rights
-// given here.
+// given here: whatever roles it was a member of, it is no longer.
 void setRole(PgConnection& server, const QString& role, const QString& attributes) {
     const QString common = u" NOSUPERUSER NOCREATEDB NOCREATEROLE NOREPLICATION INHERIT "_s;
-    server.exec((roleExists(server, role) ? u"ALTER ROLE "_s : u"CREATE ROLE "_s) + name(role) +
-                common + attributes);
+    const bool exists = roleExists(server, role);
+    server.exec((exists ? u"ALTER ROLE "_s : u"CREATE ROLE "_s) + name(role) + common + attributes);
+    if (!exists) return;
+    for (const auto& row :
+         server
+             .query(u"SELECT format('REVOKE %I FROM %I', g.rolname, m.rolname) FROM "
+                    u"pg_auth_members a JOIN pg_roles g ON g.oid = a.roleid JOIN pg_roles m ON "
+                    u"m.oid = a.member WHERE m.rolname = "_s +
+                    literal(role))
+             .rows)
+        server.exec(*row[0]);
+}
+
+// The password as the server keeps it (a SCRAM verifier), so that its clear text is neither sent
+// nor written to the server's log with the statement.
+QString passwordVerifier(PgConnection& server, const QString& role, const QString& password) {
+    char* verifier = PQencryptPasswordConn(server.handle(), password.toUtf8().constData(),
+                                           role.toUtf8().constData(), nullptr);
+    if (!verifier)
+        throw vb::VbError(kCannotOpen, u"The client role's password cannot be encrypted: "_s +
+                                           QString::fromUtf8(PQerrorMessage(server.handle())));
+    const QString text = QString::fromUtf8(verifier);
+    PQfreemem(verifier);
+    return text;
 }
 
 // Statements made from the catalog: one for each object the role owns in the site's schema.
@@ -160,7 +182,8 @@ void buildSite(jet::PostgresDatabase& db, const QString& database, const ServerI
                                           u" already holds a site; use --force to make it "
                                           u"afresh"_s);
     setRole(server, owner, u"NOLOGIN"_s);
-    setRole(server, client, u"LOGIN PASSWORD "_s + literal(init.clientPassword));
+    setRole(server, client,
+            u"LOGIN PASSWORD "_s + literal(passwordVerifier(server, client, init.clientPassword)));
     // Another role than a superuser acts as the two roles through membership.
     if (!isTrue(server.query(u"SELECT rolsuper FROM pg_roles WHERE rolname = current_user"_s)))
         server.exec(u"GRANT "_s + name(owner) + u", "_s + name(client) + u" TO CURRENT_USER"_s);

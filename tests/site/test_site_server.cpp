@@ -141,6 +141,10 @@ TEST_F(ServerSiteTool, InitMakesTheSiteOwnedByARoleThatCannotLogInAndAClientThat
     EXPECT_EQ(count(u"SELECT count(*) FROM pg_roles WHERE rolname = '"_s + site::ownerRole(name_) +
                     u"' AND NOT rolcanlogin"_s),
               1);
+    // The server keeps a verifier of the client's password, never its text.
+    EXPECT_EQ(count(u"SELECT count(*) FROM pg_authid WHERE rolname = '"_s +
+                    site::clientRole(name_) + u"' AND rolpassword LIKE 'SCRAM-SHA-256$%'"_s),
+              1);
 
     // What the client sends, through the dialect as its own login: log lines, saved searches
     // and their deletion, a two-stage report's table.
@@ -203,10 +207,16 @@ TEST_F(ServerSiteTool, InitRefusesASiteUnlessForcedAndAFailedInitLeavesNothingBe
     EXPECT_TRUE(again.err.contains(u"already holds a site"_s)) << again.err.toStdString();
     EXPECT_EQ(rowsOf(u"tblTrans"_s), rows);
 
+    // Afresh, the client role has the new password and is a member of no other role.
     writeFile(u"client.pw"_s, "changed\n");
+    testsupport::pgAdminConnection()->exec(u"GRANT "_s + site::ownerRole(name_) + u" TO "_s +
+                                           site::clientRole(name_));
     again = init({u"--force"_s});
     ASSERT_EQ(again.status, 0) << again.err.toStdString();
     EXPECT_EQ(rowsOf(u"tblTrans"_s), 0);
+    EXPECT_EQ(count(u"SELECT count(*) FROM pg_auth_members WHERE member = '"_s +
+                    site::clientRole(name_) + u"'::regrole"_s),
+              0);
     EXPECT_NE(errorOf([&] { client(u"managers-own"_s); }), 0);
     EXPECT_NO_THROW(client(u"changed"_s)->query(u"SELECT count(*) FROM \"tblActors\""_s));
 
