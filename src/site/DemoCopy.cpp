@@ -15,7 +15,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
-#include <deque>
+#include <map>
 #include <vector>
 
 namespace site {
@@ -205,12 +205,9 @@ public:
 
 private:
     const ServerTable& table(const char* name) {
-        for (const ServerTable& t : tables_)
-            if (t.name.compare(QLatin1String(name), Qt::CaseInsensitive) == 0 ||
-                t.name.compare(u'"' + QLatin1String(name) + u'"', Qt::CaseInsensitive) == 0)
-                return t;
-        tables_.push_back(lookUp(server_, name));
-        return tables_.back();
+        auto found = tables_.find(name);
+        if (found == tables_.end()) found = tables_.emplace(name, lookUp(server_, name)).first;
+        return found->second;
     }
 
     // A large table fills several times faster without its secondary indexes, which are then
@@ -232,7 +229,7 @@ private:
     }
 
     jet::PgConnection& server_;
-    std::deque<ServerTable> tables_; // a deque keeps the ones handed out in place
+    std::map<std::string, ServerTable> tables_; // by the demo's name; a map keeps them in place
 };
 
 } // namespace
