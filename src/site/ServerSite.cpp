@@ -17,6 +17,7 @@ using jet::PgConnection;
 // The same numbers a site file's refusals carry.
 constexpr int kCannotOpen = 3014;
 constexpr int kHoldsSite = 3019;
+constexpr int kNoPermission = 3033;
 // PostgreSQL cuts longer names short, and two sites' roles could then meet.
 constexpr qsizetype kLongestName = 63;
 
@@ -30,11 +31,6 @@ QString literal(const QString& text) {
 
 bool isTrue(const PgConnection::TextResult& result) {
     return !result.rows.empty() && result.rows.front()[0] == u"t"_s;
-}
-
-bool roleExists(PgConnection& server, const QString& role) {
-    return isTrue(server.query(u"SELECT EXISTS (SELECT 1 FROM pg_roles WHERE rolname = "_s +
-                               literal(role) + u')'));
 }
 
 bool databaseExists(PgConnection& server, const QString& database) {
@@ -52,13 +48,23 @@ QStringList siteTables() {
     return tables;
 }
 
-// Makes the role, or takes over one that a site of this name had before, with only the rights
-// given here: whatever roles it was a member of, it is no longer.
-void setRole(PgConnection& server, const QString& role, const QString& attributes) {
-    const QString common = u" NOSUPERUSER NOCREATEDB NOCREATEROLE NOREPLICATION INHERIT "_s;
-    const bool exists = roleExists(server, role);
-    server.exec((exists ? u"ALTER ROLE "_s : u"CREATE ROLE "_s) + name(role) + common + attributes);
-    if (!exists) return;
+// Makes the role, or takes over one that a site of this name had before with only the rights
+// given here: whatever roles it was a member of, it is no longer. Only a superuser may take away
+// the rights only a superuser gives.
+void setRole(PgConnection& server, const QString& role, const QString& attributes, bool superuser) {
+    const auto found = server.query(
+        u"SELECT rolsuper OR rolreplication OR rolbypassrls FROM pg_roles WHERE rolname = "_s +
+        literal(role));
+    if (found.rows.empty()) {
+        server.exec(u"CREATE ROLE "_s + name(role) + u' ' + attributes);
+        return;
+    }
+    if (!superuser && isTrue(found))
+        throw vb::VbError(kNoPermission, u"The role "_s + role +
+                                             u" exists with rights only a superuser can take "
+                                             u"away"_s);
+    server.exec(u"ALTER ROLE "_s + name(role) + u" NOCREATEDB NOCREATEROLE INHERIT "_s +
+                (superuser ? u"NOSUPERUSER NOREPLICATION NOBYPASSRLS "_s : QString()) + attributes);
     for (const auto& row :
          server
              .query(u"SELECT format('REVOKE %I FROM %I', g.rolname, m.rolname) FROM "
@@ -181,12 +187,17 @@ void buildSite(jet::PostgresDatabase& db, const QString& database, const ServerI
         throw vb::VbError(kHoldsSite, u"The database "_s + database +
                                           u" already holds a site; use --force to make it "
                                           u"afresh"_s);
-    setRole(server, owner, u"NOLOGIN"_s);
+    const bool superuser =
+        isTrue(server.query(u"SELECT rolsuper FROM pg_roles WHERE rolname = current_user"_s));
+    setRole(server, owner, u"NOLOGIN"_s, superuser);
     setRole(server, client,
-            u"LOGIN PASSWORD "_s + literal(passwordVerifier(server, client, init.clientPassword)));
+            u"LOGIN PASSWORD "_s + literal(passwordVerifier(server, client, init.clientPassword)),
+            superuser);
     // Another role than a superuser acts as the two roles through membership.
-    if (!isTrue(server.query(u"SELECT rolsuper FROM pg_roles WHERE rolname = current_user"_s)))
-        server.exec(u"GRANT "_s + name(owner) + u", "_s + name(client) + u" TO CURRENT_USER"_s);
+    for (const QString& role : {owner, client})
+        if (!superuser && !isTrue(server.query(u"SELECT pg_has_role(current_user, "_s +
+                                               literal(role) + u", 'MEMBER')"_s)))
+            server.exec(u"GRANT "_s + name(role) + u" TO CURRENT_USER"_s);
     if (init.force) dropSite(server, owner, client);
 
     // Other roles of the server (another site's client among them) have no business here.

@@ -32,17 +32,30 @@ class ServerSiteTool : public testsupport::EnUsTest {
 protected:
     ServerSiteTool() {
         name_ = u"site_%1"_s.arg(QRandomGenerator::global()->generate64(), 0, 36);
+        databases_ << name_;
         writeFile(u"client.pw"_s, "managers-own\n");
     }
-    // The database and both roles go, whatever the test left.
+    // The databases and their roles go, and the roles the test made, whatever the test left.
     ~ServerSiteTool() override {
         try {
             auto admin = testsupport::pgAdminConnection();
-            admin->exec(u"DROP DATABASE IF EXISTS "_s + name_ + u" WITH (FORCE)"_s);
-            admin->exec(u"DROP ROLE IF EXISTS "_s + site::ownerRole(name_) + u", "_s +
-                        site::clientRole(name_));
+            for (const QString& database : databases_) {
+                admin->exec(u"DROP DATABASE IF EXISTS "_s + database + u" WITH (FORCE)"_s);
+                roles_.prepend(site::ownerRole(database));
+                roles_.prepend(site::clientRole(database));
+            }
+            for (const QString& role : roles_)
+                admin->exec(u"DROP ROLE IF EXISTS "_s + role);
         } catch (...) {
         }
+    }
+
+    // A login role of the test's own, with the attributes given.
+    QString makeRole(const QString& suffix, const QString& attributes) {
+        roles_ << name_ + suffix;
+        testsupport::pgAdminConnection()->exec(u"CREATE ROLE "_s + roles_.back() +
+                                               u" LOGIN PASSWORD 'pw' "_s + attributes);
+        return roles_.back();
     }
 
     void writeFile(const QString& file, const QByteArray& bytes) {
@@ -101,6 +114,7 @@ protected:
     }
 
     QString name_;
+    QStringList databases_, roles_;
     QTemporaryDir dir_;
 };
 
@@ -187,15 +201,11 @@ TEST_F(ServerSiteTool, InitMakesTheSiteOwnedByARoleThatCannotLogInAndAClientThat
     EXPECT_EQ(rowsOf(u"tblLog"_s), 1);
 
     // The roles of the server other than the site's own may not even connect.
-    auto adminConnection = testsupport::pgAdminConnection();
-    const QString stranger = name_ + u"_stranger"_s;
-    adminConnection->exec(u"CREATE ROLE "_s + stranger + u" LOGIN PASSWORD 'pw'"_s);
     jet::PgConnection::Options options;
     options.address = admin();
-    options.address.role = stranger;
+    options.address.role = makeRole(u"_stranger"_s, {});
     options.address.password = u"pw"_s;
     EXPECT_EQ(errorOf([&] { jet::PgConnection::open(options); }), 3151);
-    adminConnection->exec(u"DROP ROLE "_s + stranger);
 }
 
 TEST_F(ServerSiteTool, InitRefusesASiteUnlessForcedAndAFailedInitLeavesNothingBehind) {
@@ -221,23 +231,32 @@ TEST_F(ServerSiteTool, InitRefusesASiteUnlessForcedAndAFailedInitLeavesNothingBe
     EXPECT_NO_THROW(client(u"changed"_s)->query(u"SELECT count(*) FROM \"tblActors\""_s));
 
     // A role that may make databases but not roles fails halfway: its new database goes again.
-    auto adminConnection = testsupport::pgAdminConnection();
-    const QString maker = name_ + u"_maker"_s;
-    adminConnection->exec(u"CREATE ROLE "_s + maker + u" LOGIN CREATEDB PASSWORD 'maker-pw'"_s);
-    const QString fresh = name_ + u"_new"_s;
+    const QString maker = makeRole(u"_maker"_s, u"CREATEDB"_s), fresh = name_ + u"_new"_s;
+    databases_ << fresh;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(u"PGPASSWORD"_s, u"maker-pw"_s);
-    const ToolRun failed =
-        sitetest::tool({u"init"_s, maker + u"@127.0.0.1/"_s + fresh, u"--port"_s, port(),
-                        u"--client-password-file"_s, dir_.filePath(u"client.pw"_s)},
-                       env);
+    env.insert(u"PGPASSWORD"_s, u"pw"_s);
+    const QStringList asMaker = {maker + u"@127.0.0.1/"_s + fresh, u"--port"_s, port()};
+    const QStringList makeFresh =
+        QStringList{u"init"_s} + asMaker +
+        QStringList{u"--client-password-file"_s, dir_.filePath(u"client.pw"_s)};
+    const ToolRun failed = sitetest::tool(makeFresh, env);
     EXPECT_EQ(failed.status, 1);
     EXPECT_TRUE(failed.err.startsWith(u"Error 3033: "_s)) << failed.err.toStdString();
+    auto adminConnection = testsupport::pgAdminConnection();
     const auto left = adminConnection->query(
         u"SELECT (SELECT count(*) FROM pg_database WHERE datname = '"_s + fresh +
         u"') + (SELECT count(*) FROM pg_roles WHERE rolname LIKE '"_s + fresh + u"%')"_s);
     EXPECT_EQ(left.rows.front()[0], u"0"_s);
-    adminConnection->exec(u"DROP ROLE "_s + maker);
+
+    // Allowed roles too, it makes, fills and remakes the site without being a superuser, and
+    // without a word on the side.
+    adminConnection->exec(u"ALTER ROLE "_s + maker + u" CREATEROLE"_s);
+    for (const QStringList& command : {makeFresh, QStringList{u"demo"_s} + asMaker + kDemo,
+                                       makeFresh + QStringList{u"--force"_s}}) {
+        const ToolRun made = sitetest::tool(command, env);
+        EXPECT_EQ(made.status, 0) << made.err.toStdString();
+        EXPECT_EQ(made.err, QString()) << command.join(' ').toStdString();
+    }
 
     // In a database that stands, a failure after some tables were made leaves none of them.
     const testsupport::PgScratchDatabase other;
