@@ -243,9 +243,9 @@ int runInit(const Arguments& args) {
     const auto& address = std::get<jet::PgAddress>(target);
     const QString client = site::clientRole(address.database);
     if (!args.values.contains(u"--client-password-file"_s))
-        throw UsageError{u"a server site needs --client-password-file: the password store "
-                         u"managers will connect as "_s +
-                         client + u" with"_s};
+        throw UsageError{u"init on a server needs --client-password-file FILE: the password "
+                         u"store managers will give to connect as "_s +
+                         client};
     site::initServerSite(address, {force, secret(args, u"--client-password-file"_s)});
     out() << "Created the site " << nameOf(target) << "; store managers connect as " << client
           << '@' << address.host << '/' << address.database << '\n';
