@@ -88,58 +88,43 @@ QString passwordVerifier(PgConnection& server, const QString& role, const QStrin
     return text;
 }
 
-// Statements made from the catalog: one for each object the role owns in the site's schema.
-QStringList forEachOwned(PgConnection& server, const QString& owner, const QString& catalogQuery) {
-    QStringList statements;
-    for (const auto& row :
-         server.query(QString(catalogQuery).replace(u"$owner"_s, literal(owner))).rows)
-        statements << *row[0];
-    return statements;
-}
-
-void execAll(PgConnection& server, const QStringList& statements) {
-    for (const QString& statement : statements)
-        server.exec(statement);
+// Runs the statements a catalog query makes, one a row.
+void execEach(PgConnection& server, const QString& statementsQuery) {
+    for (const auto& row : server.query(statementsQuery).rows)
+        server.exec(*row[0]);
 }
 
 // What the client may do: read every table of the site, add to the log and to the saved
 // searches and delete a saved search (what the client's toolbar and Power Search send), make
 // temporary tables (the two-stage reports' tblTemp), and run the schema's functions. Run as the
-// owner, who holds the grant options.
-void grantClient(PgConnection& server, const QString& owner, const QString& client) {
-    const QString who = name(client);
-    execAll(
-        server,
-        forEachOwned(
-            server, owner,
-            u"SELECT format('GRANT SELECT ON %s TO %s', c.oid::regclass, "_s + literal(who) +
-                u") FROM pg_class c WHERE c.relkind IN ('r', 'p', 'v') AND "
-                u"c.relowner = (SELECT oid FROM pg_roles WHERE rolname = $owner) "
-                u"AND c.relnamespace = (SELECT oid FROM pg_namespace WHERE nspname = current_schema())"_s));
+// owner, who holds the grant options, over what it owns in the site's schema.
+void grantClient(PgConnection& server, const QString& client) {
+    const QString who = literal(name(client));
+    const QString ours = u" = to_regrole(current_user) AND "_s;
+    const QString here = u" = to_regnamespace(current_schema())"_s;
+    execEach(server, u"SELECT format('GRANT SELECT ON %s TO %s', oid::regclass, "_s + who +
+                         u") FROM pg_class WHERE relkind IN ('r', 'p', 'v') AND relowner"_s + ours +
+                         u"relnamespace"_s + here);
     for (const auto& [table, rights] :
          {std::pair{"tblLog", u"INSERT"_s}, std::pair{"tblPowerSearches", u"INSERT, DELETE"_s}}) {
         const std::optional<QString> found = serverTable(server, table);
         if (!found)
             throw vb::VbError(kCannotOpen,
                               u"The site's scripts made no table "_s + QLatin1String(table) + u'.');
-        server.exec(u"GRANT "_s + rights + u" ON "_s + *found + u" TO "_s + who);
-        execAll(server, forEachOwned(server, owner,
-                                     u"SELECT format('GRANT USAGE ON SEQUENCE %s TO %s', "
-                                     u"d.objid::regclass, "_s +
-                                         literal(who) +
-                                         u") FROM pg_depend d JOIN pg_class s ON s.oid = d.objid "
-                                         u"WHERE s.relkind = 'S' AND d.refobjid = "_s +
-                                         literal(*found) + u"::regclass"_s));
+        server.exec(u"GRANT "_s + rights + u" ON "_s + *found + u" TO "_s + name(client));
+        // The counter of its key, where it has one.
+        execEach(server, u"SELECT format('GRANT USAGE ON SEQUENCE %s TO %s', objid::regclass, "_s +
+                             who +
+                             u") FROM pg_depend WHERE classid = 'pg_class'::regclass AND "
+                             u"objid IN (SELECT oid FROM pg_class WHERE relkind = 'S') "
+                             u"AND refobjid = "_s +
+                             literal(*found) + u"::regclass"_s);
     }
     // Functions run for everybody unless told otherwise; the site's are the client's alone.
-    execAll(server,
-            forEachOwned(server, owner,
-                         u"SELECT format('REVOKE ALL ON FUNCTION %s FROM PUBLIC; GRANT EXECUTE "
-                         u"ON FUNCTION %s TO %s', p.oid::regprocedure, p.oid::regprocedure, "_s +
-                             literal(who) +
-                             u") FROM pg_proc p WHERE p.proowner = (SELECT oid FROM pg_roles "
-                             u"WHERE rolname = $owner) AND p.pronamespace = (SELECT oid FROM "
-                             u"pg_namespace WHERE nspname = current_schema())"_s));
+    execEach(server, u"SELECT format('REVOKE ALL ON FUNCTION %1$s FROM PUBLIC; GRANT EXECUTE ON "
+                     u"FUNCTION %1$s TO %2$s', oid::regprocedure, "_s +
+                         who + u") FROM pg_proc WHERE proowner"_s + ours + u"pronamespace"_s +
+                         here);
 }
 
 // Drops what a site made before in this database: the objects its roles own and the rights they
@@ -210,7 +195,7 @@ void buildSite(jet::PostgresDatabase& db, const QString& database, const ServerI
 
     server.exec(u"SET LOCAL ROLE "_s + name(owner));
     installSiteObjects(db);
-    grantClient(server, owner, client);
+    grantClient(server, client);
     server.exec(u"RESET ROLE"_s);
     server.exec(u"COMMIT"_s);
 }
