@@ -181,6 +181,8 @@ double cents(double amount) {
     return std::round(amount * 100) / 100;
 }
 
+// The keys are written, not left to the tables' counters, so that every sink holds the same ids
+// whatever its counters do; a sink sets its counters past them.
 constexpr const char* kClerkColumns[] = {"idfActorID", "fldActorCode", "fldActorlName",
                                          "fldActorfName"};
 constexpr const char* kActionColumns[] = {"idfActionID", "fldActionCode", "fldActionDesc",
