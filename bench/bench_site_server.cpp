@@ -1,46 +1,16 @@
-#include "site/DemoData.h"
-#include "site/ServerSite.h"
+#include "BenchServer.h"
 
-#include <QFile>
-#include <QHash>
-#include <QProcessEnvironment>
 #include <benchmark/benchmark.h>
-
-#include <stdexcept>
 
 // How fast `tillsight-site demo` fills a site on a PostgreSQL server: the same ten years of a
 // busy store as the site file's benchmark, streamed through COPY into a site just made by `init`.
-// The server is a cluster started by scripts/pg-cluster.sh, its folder in TILLSIGHT_PG_DIR:
-//   bash scripts/pg-cluster.sh start /tmp/bench-pg
-//   TILLSIGHT_PG_DIR=/tmp/bench-pg build/bench/bench_site_server
+// The server: see BenchServer.h.
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
 
-jet::PgAddress clusterAdmin(const QString& database) {
-    const QString dir = qEnvironmentVariable("TILLSIGHT_PG_DIR");
-    QFile file(dir + u"/connection"_s);
-    if (dir.isEmpty() || !file.open(QIODevice::ReadOnly))
-        throw std::runtime_error("set TILLSIGHT_PG_DIR to a running cluster's folder");
-    QHash<QString, QString> vars;
-    for (const QByteArray& line : file.readAll().split('\n'))
-        if (const qsizetype eq = line.indexOf('='); eq > 0)
-            vars.insert(QString::fromUtf8(line.left(eq)), QString::fromUtf8(line.mid(eq + 1)));
-    jet::PgAddress a;
-    a.host = vars.value(u"PGHOST"_s);
-    a.port = vars.value(u"PGPORT"_s).toInt();
-    a.role = vars.value(u"PGUSER"_s);
-    a.password = vars.value(u"PGPASSWORD"_s);
-    a.database = database;
-    return a;
-}
-
-void dropSite(const QString& database) {
-    auto admin = site::connectServer(clusterAdmin(u"postgres"_s));
-    admin->exec(u"DROP DATABASE IF EXISTS "_s + database + u" WITH (FORCE)"_s);
-    admin->exec(u"DROP ROLE IF EXISTS "_s + site::ownerRole(database) + u", "_s +
-                site::clientRole(database));
-}
+using benchserver::clusterAdmin;
+using benchserver::dropSite;
 
 void BM_DemoCopyToServer(benchmark::State& state) {
     site::DemoOptions options;
