@@ -1,5 +1,7 @@
+#include "BenchServer.h"
 #include "BenchSite.h"
 #include "core/Session.h"
+#include "sitelink/SiteLink.h"
 #include "core/clsDailySummary.h"
 #include "core/modFixedReports.h"
 
@@ -11,7 +13,8 @@
 // The Daily Summary of the last day of a year of ten million transactions, as the view builds it,
 // and each of its three reports alone. The site is made once before any timing, or read from
 // TILLSIGHT_SUMMARY_SITE (made by `tillsight-site demo --days 365 --per-day 27400 --end
-// 2003-12-31`), since making it takes minutes.
+// 2003-12-31`), since making it takes minutes. With TILLSIGHT_PG_DIR set instead, the same data
+// on a server site of that cluster (BenchServer.h), made once and kept.
 namespace {
 
 using namespace Qt::Literals::StringLiterals;
@@ -19,20 +22,39 @@ using namespace Qt::Literals::StringLiterals;
 constexpr int kTransactions = 10'000'000;
 const double kLastDay = vb::dateSerial(2003, 12, 31);
 
-QString summarySite() {
-    static const QString path = [] {
+struct SummarySite {
+    QString address;
+    int port = 0;
+    QString password;
+};
+
+const SummarySite& summarySite() {
+    static const SummarySite site = [] {
         const QString given = qEnvironmentVariable("TILLSIGHT_SUMMARY_SITE");
-        if (!given.isEmpty()) return given;
+        if (!given.isEmpty()) return SummarySite{given, 0, {}};
+        if (qEnvironmentVariableIsSet("TILLSIGHT_PG_DIR")) {
+            const QString database = u"bench_summary"_s;
+            site::DemoOptions options;
+            options.days = 365;
+            options.endDay = kLastDay;
+            options.registers = 20;
+            options.clerks = 60;
+            options.perDay = kTransactions / options.days + 1;
+            benchserver::ensureSite(database, options, kTransactions);
+            const jet::PgAddress a = benchserver::clusterAdmin(database);
+            return SummarySite{site::addressText(a), a.port, a.password};
+        }
         benchsite::site(kTransactions);
-        return benchsite::sitePath();
+        return SummarySite{benchsite::sitePath(), 0, {}};
     }();
-    return path;
+    return site;
 }
 
 // A session on the site, or none (the benchmark skipped) when it does not connect.
 std::unique_ptr<core::Session> connected(benchmark::State& state) {
     auto session = std::make_unique<core::Session>();
-    if (!session->fncConnect(summarySite(), 0)) {
+    session->TillsightLink().setPassword(summarySite().password);
+    if (!session->fncConnect(summarySite().address, summarySite().port)) {
         state.SkipWithError("cannot connect");
         return nullptr;
     }
@@ -83,7 +105,7 @@ int main(int argc, char** argv) {
     made.start();
     summarySite();
     std::fprintf(stderr, "site ready in %.1f s: %s\n", made.elapsed() / 1000.0,
-                 qPrintable(summarySite()));
+                 qPrintable(summarySite().address));
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

@@ -46,13 +46,22 @@ PGPASSWORD=$password
 VARS
 }
 
+# Whether the cluster's postmaster lives. Not `pg_ctl status`: where nobody reaps orphans (a
+# container without an init), a killed server stays behind as a zombie that it takes for running.
 running() {
-  as_server "$bindir/pg_ctl" -D "$dir/data" status > /dev/null 2>&1
+  local pid state
+  pid="$(head -n 1 "$dir/data/postmaster.pid" 2> /dev/null || true)"
+  [ -n "$pid" ] || return 1
+  state="$(ps -o stat= -p "$pid" 2> /dev/null || true)"
+  [ -n "$state" ] && [[ "$state" != Z* ]]
 }
 
 start() {
   if [ ! -f "$dir/data/PG_VERSION" ]; then make_cluster "${1:-$(free_port)}"; fi
   running && return 0
+  # A server that died left its lock files; its process is gone (or a zombie the server would
+  # still take for alive), so they only stand in the way.
+  as_server rm -f "$dir/data/postmaster.pid" "$dir"/.s.PGSQL.*
   local port
   port="$(sed -n 's/^PGPORT=//p' "$dir/connection")"
   as_server "$bindir/pg_ctl" -D "$dir/data" -l "$dir/server.log" -w -t 60 \

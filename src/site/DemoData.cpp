@@ -1,13 +1,10 @@
 #include "site/DemoData.h"
 
-#include "jet/SqliteDatabase.h"
-#include "jet/Storage.h"
 #include "vb/DateTime.h"
 #include "vb/VbError.h"
 
 #include <QByteArray>
 #include <QString>
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <array>
@@ -180,108 +177,72 @@ struct Line {
     double price;
 };
 
-class Writer {
-public:
-    Writer(sqlite3* db, const char* sql) : db_(db) {
-        if (sqlite3_prepare_v2(db, sql, -1, &stmt_, nullptr) != SQLITE_OK) fail();
-    }
-    ~Writer() { sqlite3_finalize(stmt_); }
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
-
-    Writer& text(int i, const char* value) {
-        sqlite3_bind_text(stmt_, i, value, -1, SQLITE_STATIC);
-        return *this;
-    }
-    Writer& text(int i, const QByteArray& value) {
-        sqlite3_bind_text(stmt_, i, value.constData(), static_cast<int>(value.size()),
-                          SQLITE_TRANSIENT);
-        return *this;
-    }
-    Writer& number(int i, double value) {
-        sqlite3_bind_double(stmt_, i, value);
-        return *this;
-    }
-    Writer& integer(int i, long long value) {
-        sqlite3_bind_int64(stmt_, i, value);
-        return *this;
-    }
-    Writer& null(int i) {
-        sqlite3_bind_null(stmt_, i);
-        return *this;
-    }
-    void run() {
-        if (sqlite3_step(stmt_) != SQLITE_DONE) fail();
-        sqlite3_reset(stmt_);
-    }
-
-    [[noreturn]] void fail() const {
-        throw vb::VbError(jet::kEngineErrorBase + (sqlite3_errcode(db_) & 0xff),
-                          QString::fromUtf8(sqlite3_errmsg(db_)));
-    }
-
-private:
-    sqlite3* db_;
-    sqlite3_stmt* stmt_ = nullptr;
-};
-
-void exec(sqlite3* db, const char* sql) {
-    Writer(db, sql).run();
-}
-
-long long scalar(sqlite3* db, const char* sql) {
-    sqlite3_stmt* stmt = nullptr;
-    long long value = 0;
-    if (sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr) == SQLITE_OK &&
-        sqlite3_step(stmt) == SQLITE_ROW)
-        value = sqlite3_column_int64(stmt, 0);
-    sqlite3_finalize(stmt);
-    return value;
-}
-
 double cents(double amount) {
     return std::round(amount * 100) / 100;
 }
 
-void writeClerks(sqlite3* db, Rng& rng, int count) {
-    Writer insert(db, "INSERT INTO tblActors (fldActorCode, fldActorlName, fldActorfName) "
-                      "VALUES (?, ?, ?)");
-    for (int i = 0; i < count; ++i)
-        insert.text(1, QByteArray::number(1001 + i))
-            .text(2, kLastNames[rng.below(kLastNames.size())])
-            .text(3, kFirstNames[rng.below(kFirstNames.size())])
-            .run();
+// The keys are written, not left to the tables' counters, so that every sink holds the same ids
+// whatever its counters do; a sink sets its counters past them.
+constexpr const char* kClerkColumns[] = {"idfActorID", "fldActorCode", "fldActorlName",
+                                         "fldActorfName"};
+constexpr const char* kActionColumns[] = {"idfActionID", "fldActionCode", "fldActionDesc",
+                                          "fldactioncritical"};
+constexpr const char* kItemColumns[] = {"fldtransdesc"};
+constexpr const char* kRegisterColumns[] = {"fldregnum", "fldregDVRAddress", "fldregdvrusername",
+                                            "fldregdvrpassword", "fldregcam"};
+constexpr const char* kTransColumns[] = {"idftransid",  "fldTransTime", "fldtransregnum",
+                                         "fldTransQty", "fldTransDesc", "fldTransPrice",
+                                         "fkyActionID", "fkyActorID"};
+
+// Small tables go in one call.
+void fillAll(DemoSink& sink, const DemoTable& table, const std::function<void(DemoRows&)>& rows) {
+    sink.fill(table, [&](DemoRows& out) {
+        rows(out);
+        return false;
+    });
 }
 
-void writeActions(sqlite3* db) {
-    Writer insert(db, "INSERT INTO lkpActions (fldActionCode, fldActionDesc, fldactioncritical) "
-                      "VALUES (?, ?, ?)");
-    for (const ActionKind& a : kActions)
-        insert.text(1, a.code).text(2, a.description).integer(3, a.critical ? -1 : 0).run();
+void writeClerks(DemoSink& sink, Rng& rng, int count) {
+    fillAll(sink, {"tblActors", kClerkColumns}, [&](DemoRows& out) {
+        for (int i = 0; i < count; ++i) {
+            out.integer(i + 1).text(QByteArray::number(1001 + i));
+            out.text(kLastNames[rng.below(kLastNames.size())]);
+            out.text(kFirstNames[rng.below(kFirstNames.size())]).endRow();
+        }
+    });
 }
 
-void writeItems(sqlite3* db) {
-    Writer insert(db, "INSERT INTO tbltransdescs (fldtransdesc) VALUES (?)");
-    for (const Item& item : kItems)
-        insert.text(1, item.description).run();
+void writeActions(DemoSink& sink) {
+    fillAll(sink, {"lkpActions", kActionColumns}, [](DemoRows& out) {
+        long long id = 0;
+        for (const ActionKind& a : kActions)
+            out.integer(++id).text(a.code).text(a.description).flag(a.critical).endRow();
+    });
+}
+
+void writeItems(DemoSink& sink) {
+    fillAll(sink, {"tbltransdescs", kItemColumns}, [](DemoRows& out) {
+        for (const Item& item : kItems)
+            out.text(item.description).endRow();
+    });
 }
 
 // Four registers to a recorder; the last register has no camera yet.
-void writeRegisters(sqlite3* db, int count) {
-    Writer insert(db, "INSERT INTO tblreg (fldregnum, fldregDVRAddress, fldregdvrusername, "
-                      "fldregdvrpassword, fldregcam) VALUES (?, ?, ?, ?, ?)");
-    for (int reg = 1; reg <= count; ++reg) {
-        const int dvr = (reg - 1) / kRegistersPerDvr;
-        insert.integer(1, reg)
-            .text(2, QByteArray("10.20.1.") + QByteArray::number(50 + dvr))
-            .text(3, "dvradmin")
-            .text(4, QByteArray("store") + QByteArray::number(7100 + dvr));
-        if (reg == count)
-            insert.null(5);
-        else
-            insert.integer(5, (reg - 1) % kRegistersPerDvr + 1);
-        insert.run();
-    }
+void writeRegisters(DemoSink& sink, int count) {
+    fillAll(sink, {"tblreg", kRegisterColumns}, [count](DemoRows& out) {
+        for (int reg = 1; reg <= count; ++reg) {
+            const int dvr = (reg - 1) / kRegistersPerDvr;
+            out.integer(reg)
+                .text(QByteArray("10.20.1.") + QByteArray::number(50 + dvr))
+                .text("dvradmin")
+                .text(QByteArray("store") + QByteArray::number(7100 + dvr));
+            if (reg == count)
+                out.null();
+            else
+                out.integer((reg - 1) % kRegistersPerDvr + 1);
+            out.endRow();
+        }
+    });
 }
 
 // Price and quantity of a line, from its code and the item rung up.
@@ -393,13 +354,12 @@ int lastSecondOf(const DemoOptions& options, double day) {
     return end.day == static_cast<std::int64_t>(day) ? end.second : 86399;
 }
 
-void writeTransactions(sqlite3* db, Rng& rng, const DemoOptions& options, double firstDay,
+// A day's lines a call, so that a sink can send them on while the next day is planned.
+void writeTransactions(DemoSink& sink, Rng& rng, const DemoOptions& options, double firstDay,
                        DemoSummary& summary, const DemoProgress& progress) {
-    Writer insert(db, "INSERT INTO tblTrans (fldTransTime, fldtransregnum, fldTransQty, "
-                      "fldTransDesc, fldTransPrice, fkyActionID, fkyActorID) "
-                      "VALUES (?, ?, ?, ?, ?, ?, ?)");
     DayPlanner planner(options);
-    for (int d = 0; d < options.days; ++d) {
+    int d = 0;
+    sink.fill({"tblTrans", kTransColumns}, [&](DemoRows& out) {
         const double day = firstDay + d;
         const int lastSecond = lastSecondOf(options, day);
         // The whole day is planned even when it is cut short, so the days before it stay the
@@ -407,19 +367,20 @@ void writeTransactions(sqlite3* db, Rng& rng, const DemoOptions& options, double
         for (const Line& line : planner.plan(rng, day)) {
             if (line.second > lastSecond) break;
             const ActionKind& action = kActions[line.action];
-            const double serial = vb::joinSerial(static_cast<std::int64_t>(day), line.second);
-            insert.number(1, jet::storage::linearFromSerial(serial))
-                .integer(2, line.reg)
-                .number(3, line.qty)
-                .text(4, action.fixedText ? action.fixedText : kItems[line.item].description)
-                .number(5, line.price)
-                .integer(6, line.action + 1)
-                .integer(7, line.actor)
-                .run();
-            ++summary.transactions;
+            out.integer(++summary.transactions)
+                .moment(vb::joinSerial(static_cast<std::int64_t>(day), line.second))
+                .integer(line.reg)
+                .number(line.qty)
+                .text(action.fixedText ? action.fixedText : kItems[line.item].description)
+                .number(line.price)
+                .integer(line.action + 1)
+                .integer(line.actor)
+                .endRow();
         }
-        if (progress) progress(static_cast<int>((d + 1) * 100LL / options.days));
-    }
+        ++d;
+        if (progress) progress(static_cast<int>(d * 100LL / options.days));
+        return d < options.days;
+    });
 }
 
 void checkOptions(const DemoOptions& o) {
@@ -432,49 +393,40 @@ void checkOptions(const DemoOptions& o) {
     require(o.perDay >= 1 && o.perDay <= 10'000'000, "--per-day must be between 1 and 10000000");
 }
 
-void emptyDemoTables(sqlite3* db) {
-    for (const char* sql :
-         {"DELETE FROM tblTrans", "DELETE FROM tblActors", "DELETE FROM lkpActions",
-          "DELETE FROM tbltransdescs", "DELETE FROM tblreg",
-          "DELETE FROM sqlite_sequence WHERE name IN ('tblTrans', 'tblActors', 'lkpActions')"})
-        exec(db, sql);
-}
-
 } // namespace
+
+const std::array<const char*, 5> kDemoTables = {"tblTrans", "tblActors", "lkpActions",
+                                                "tbltransdescs", "tblreg"};
 
 double defaultEndDay() {
     return vb::dateSerial(2003, 3, 28);
 }
 
-DemoSummary writeDemo(sqlite3* db, const DemoOptions& options, bool replace,
+DemoSummary writeDemo(DemoSink& sink, const DemoOptions& options, bool replace,
                       const DemoProgress& progress) {
     checkOptions(options);
     const double endDay = options.endDay != 0 ? std::floor(options.endDay) : defaultEndDay();
-    // A large cache keeps the four transaction indexes in memory while they grow.
-    exec(db, "PRAGMA cache_size = -262144");
-    exec(db, "BEGIN IMMEDIATE");
+    sink.begin();
     try {
-        if (scalar(db, "SELECT count(*) FROM tblTrans") > 0 ||
-            scalar(db, "SELECT count(*) FROM tblActors") > 0) {
+        if (sink.holdsData()) {
             if (!replace)
-                throw vb::VbError(jet::kEngineErrorBase + SQLITE_CONSTRAINT,
+                throw vb::VbError(kSiteHoldsData,
                                   QStringLiteral("The site already holds data; use --replace "
                                                  "to write new demo data over it"));
-            emptyDemoTables(db);
+            sink.empty();
         }
         Rng rng(options.seed);
         DemoSummary summary;
-        writeClerks(db, rng, options.clerks);
-        writeActions(db);
-        writeItems(db);
-        writeRegisters(db, options.registers);
+        writeClerks(sink, rng, options.clerks);
+        writeActions(sink);
+        writeItems(sink);
+        writeRegisters(sink, options.registers);
         summary.items = static_cast<int>(kItems.size());
-        writeTransactions(db, rng, options, endDay - options.days + 1, summary, progress);
-        exec(db, "COMMIT");
-        exec(db, "ANALYZE");
+        writeTransactions(sink, rng, options, endDay - options.days + 1, summary, progress);
+        sink.commit();
         return summary;
     } catch (...) {
-        sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr);
+        sink.rollback();
         throw;
     }
 }

@@ -1,19 +1,22 @@
-// tillsight-site: creates site files, fills them with demo data and runs dialect query text on
-// them. Exit status 0 on success, 1 when the work failed (with "Error N: message"), 2 when the
-// command line was wrong.
+// tillsight-site: creates sites (site files or databases on a PostgreSQL server), fills them with
+// demo data and runs dialect query text on them. Exit status 0 on success, 1 when the work failed
+// (with "Error N: message"), 2 when the command line was wrong.
 
 #include "jet/Parser.h"
 #include "settings/SettingsPath.h"
 #include "settings/modSites.h"
 #include "site/DemoData.h"
 #include "site/QueryOutput.h"
+#include "site/ServerSite.h"
 #include "site/SiteSchema.h"
+#include "sitelink/Engine.h"
 #include "vb/DateTime.h"
 #include "vb/VbError.h"
 
 #include <QCoreApplication>
 #include <QDate>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QSet>
@@ -28,31 +31,50 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+// A site file that cannot be made or opened, as the engine numbers it.
+constexpr int kFileError = 3014;
 constexpr int kFailed = 1;
 constexpr int kUsage = 2;
 
-const QHash<QString, QString> kHelp = {
-    {u""_s, uR"(Usage: tillsight-site COMMAND PATH [OPTIONS]
+const QString kServerOptions = uR"(
+On a server:
+  --port N              the server's port (default 5432)
+  --password-file FILE  the role's password, the file's first line; without it the PGPASSWORD
+                        variable or the password file libpq reads
+)"_s;
 
-Makes and reads Tillsight site files.
+const QHash<QString, QString> kHelp = {
+    {u""_s, uR"(Usage: tillsight-site COMMAND SITE [OPTIONS]
+
+Makes and reads Tillsight sites. SITE is a site file's path, or a PostgreSQL server's address:
+HOST, ROLE@HOST or ROLE@HOST/DATABASE (the role and the database are "tillsight" when left out).
 
 Commands:
-  init PATH            create a site file with every table, index and report template
-  demo PATH            fill a site file with deterministic demo transactions
-  query PATH "TEXT"    run dialect query text and print its columns and rows
-  add-site PATH        add the site to the Tillsight client's list of sites
+  init SITE            create a site with every table, index and report template
+  demo SITE            fill a site with deterministic demo transactions
+  query SITE "TEXT"    run dialect query text and print its columns and rows
+  add-site SITE        add the site to the Tillsight client's list of sites
   help [COMMAND]       show this text, or a command's
 
 Run "tillsight-site COMMAND --help" for a command's options.
 )"_s},
-    {u"init"_s, uR"(Usage: tillsight-site init PATH [--force]
+    {u"init"_s, uR"(Usage: tillsight-site init SITE [--force] [SERVER OPTIONS]
 
-Creates the site file PATH: every site table with its declared types, keys and indexes, and the
-Fixed Report templates. An existing file that is not empty is refused.
+Creates the site: every site table with its declared types, keys and indexes, and the Fixed
+Report templates. An existing site file that is not empty is refused.
 
-  --force    replace an existing file
-)"_s},
-    {u"demo"_s, uR"(Usage: tillsight-site demo PATH [OPTIONS]
+On a server, the database is created when it is missing (the role must be allowed to), and the
+schema's functions are made too. Two roles are made after the database's name: DATABASE_owner
+owns the site and cannot log in; DATABASE_client is the one store managers connect as, with the
+address DATABASE_client@HOST/DATABASE, and may read the site, write its log and saved searches
+and make temporary tables, but change nothing else. A database that already holds a site is
+refused.
+
+  --force                      replace an existing site file, or make a server's site afresh
+  --client-password-file FILE  the password of the client role, the file's first line (needed
+                               on a server)
+)"_s + kServerOptions},
+    {u"demo"_s, uR"(Usage: tillsight-site demo SITE [OPTIONS]
 
 Fills an initialised site with clerks, action codes, registers and their cameras, an item
 catalogue and the transactions of a store open 07:00 to 22:00. The same options always give the
@@ -67,17 +89,20 @@ same rows.
                    "now" ends the data at the present moment
   --replace        write over demo data the site already holds
   --quiet          print nothing on success
-)"_s},
-    {u"add-site"_s, uR"(Usage: tillsight-site add-site PATH --client PROGRAM [--name NAME]
+)"_s + kServerOptions},
+    {u"add-site"_s,
+     uR"(Usage: tillsight-site add-site SITE --client PROGRAM [--name NAME] [SERVER OPTIONS]
 
-Adds the site file PATH under NAME (default "Demo Store") to the site list of the Tillsight
-client PROGRAM, in the settings file that program reads. The other sites stay as they are; a
-site of that name already listed keeps its place and takes the new path.
+Adds the site under NAME (default "Demo Store") to the site list of the Tillsight client
+PROGRAM, in the settings file that program reads. The other sites stay as they are; a site of
+that name already listed keeps its place and takes the new address. A server site is listed with
+its port and the password, which the client keeps in its settings file, so give the client
+role's address and password here.
 
   --client PROGRAM    the client's executable
   --name NAME         the name the client lists the site under
-)"_s},
-    {u"query"_s, uR"(Usage: tillsight-site query PATH [--tsv] "TEXT"
+)"_s + kServerOptions},
+    {u"query"_s, uR"(Usage: tillsight-site query SITE [--tsv] [SERVER OPTIONS] "TEXT"
 
 Runs dialect query text on the site. A query prints its columns with their type codes, then its
 rows; a statement with effects prints the number of rows it changed.
@@ -85,7 +110,7 @@ rows; a statement with effects prints the number of rows it changed.
   --tsv    print tab-separated values: first the columns as name:code, then one line per
            row; Null is written Null, and a backslash, tab, carriage return or line feed inside
            a value as \\, \t, \r or \n
-)"_s},
+)"_s + kServerOptions},
 };
 
 struct UsageError {
@@ -149,8 +174,9 @@ void readEnd(const Arguments& args, site::DemoOptions& options) {
 
 const QString& onlyPath(const Arguments& args, int expected) {
     if (args.positional.size() != expected)
-        throw UsageError{args.positional.isEmpty() ? u"a site file path is needed"_s
-                                                   : u"unexpected arguments"_s};
+        throw UsageError{args.positional.isEmpty()
+                             ? u"a site file path or server address is needed"_s
+                             : u"unexpected arguments"_s};
     return args.positional.front();
 }
 
@@ -159,15 +185,75 @@ QTextStream& out() {
     return stream;
 }
 
+// Where a command works: a site file's path, or a server site's address.
+using Site = std::variant<QString, jet::PgAddress>;
+
+const QStringList kServerOptionNames = {u"--port"_s, u"--password-file"_s,
+                                        u"--client-password-file"_s};
+
+// A password is the first line of its file, so that it never shows in a process list.
+QString secret(const Arguments& args, const QString& option) {
+    QFile file(args.values[option]);
+    QString line;
+    if (file.open(QIODevice::ReadOnly)) line = QString::fromUtf8(file.readLine());
+    while (line.endsWith(u'\n') || line.endsWith(u'\r'))
+        line.chop(1);
+    if (line.isEmpty())
+        throw vb::VbError(kFileError, u"The password file '"_s + file.fileName() +
+                                          u"' cannot be read or its first line is empty"_s);
+    return line;
+}
+
+// What is a file and what a server follows the link, so that the tool and the client read an
+// address alike.
+Site siteOf(const Arguments& args, const QString& text) {
+    if (sitelink::isSiteFileAddress(text)) {
+        for (const QString& option : kServerOptionNames)
+            if (args.values.contains(option))
+                throw UsageError{option + u" is for a server, and "_s + text +
+                                 u" is a site file"_s};
+        return text;
+    }
+    std::optional<jet::PgAddress> address = jet::parsePgAddress(text);
+    if (!address)
+        throw UsageError{u'"' + text +
+                         u"\" is neither a site file nor a server address (HOST, ROLE@HOST or "
+                         u"ROLE@HOST/DATABASE)"_s};
+    const long long port = number(args, u"--port"_s, address->port);
+    if (port < 1 || port > 65535) throw UsageError{u"--port needs a number from 1 to 65535"_s};
+    address->port = static_cast<int>(port);
+    if (args.values.contains(u"--password-file"_s))
+        address->password = secret(args, u"--password-file"_s);
+    return *address;
+}
+
+QString nameOf(const Site& site) {
+    if (const auto* path = std::get_if<QString>(&site)) return *path;
+    return site::addressText(std::get<jet::PgAddress>(site));
+}
+
 int runInit(const Arguments& args) {
-    const QString& path = onlyPath(args, 1);
-    site::initSite(path, args.flags.contains(u"--force"_s));
-    out() << "Created the site " << path << '\n';
+    const Site target = siteOf(args, onlyPath(args, 1));
+    const bool force = args.flags.contains(u"--force"_s);
+    if (const auto* path = std::get_if<QString>(&target)) {
+        site::initSite(*path, force);
+        out() << "Created the site " << *path << '\n';
+        return 0;
+    }
+    const auto& address = std::get<jet::PgAddress>(target);
+    const QString client = site::clientRole(address.database);
+    if (!args.values.contains(u"--client-password-file"_s))
+        throw UsageError{u"init on a server needs --client-password-file FILE: the password "
+                         u"store managers will give to connect as "_s +
+                         client};
+    site::initServerSite(address, {force, secret(args, u"--client-password-file"_s)});
+    out() << "Created the site " << nameOf(target) << "; store managers connect as " << client
+          << '@' << address.host << '/' << address.database << '\n';
     return 0;
 }
 
 int runDemo(const Arguments& args) {
-    const QString& path = onlyPath(args, 1);
+    const Site target = siteOf(args, onlyPath(args, 1));
     site::DemoOptions options;
     options.days = static_cast<int>(number(args, u"--days"_s, options.days));
     options.seed = static_cast<std::uint64_t>(number(args, u"--seed"_s, 1));
@@ -177,18 +263,24 @@ int runDemo(const Arguments& args) {
     readEnd(args, options);
     const bool quiet = args.flags.contains(u"--quiet"_s);
     const bool showProgress = !quiet && isatty(fileno(stderr));
+    const bool replace = args.flags.contains(u"--replace"_s);
+    const site::DemoProgress progress = [showProgress](int percent) {
+        if (showProgress) fprintf(stderr, "\rWriting demo data: %3d%%", percent);
+    };
 
-    auto db = site::openExistingSite(path);
     QElapsedTimer timer;
     timer.start();
-    const site::DemoSummary summary = site::writeDemo(
-        db->handle(), options, args.flags.contains(u"--replace"_s), [showProgress](int percent) {
-            if (showProgress) fprintf(stderr, "\rWriting demo data: %3d%%", percent);
-        });
+    site::DemoSummary summary;
+    if (const auto* path = std::get_if<QString>(&target))
+        summary =
+            site::writeDemo(site::openExistingSite(*path)->handle(), options, replace, progress);
+    else
+        summary = site::writeDemo(*site::connectServer(std::get<jet::PgAddress>(target)), options,
+                                  replace, progress);
     if (showProgress) fprintf(stderr, "\n");
     if (!quiet)
         out() << "Wrote " << summary.transactions << " transactions over " << options.days
-              << " days to " << path << " in " << timer.elapsed() << " ms\n";
+              << " days to " << nameOf(target) << " in " << timer.elapsed() << " ms\n";
     return 0;
 }
 
@@ -198,39 +290,63 @@ bool returnsRows(const jet::Statement& statement) {
     return (select && select->into.isEmpty()) || std::holds_alternative<jet::Transform>(statement);
 }
 
-int runQuery(const Arguments& args) {
-    if (args.positional.size() != 2)
-        throw UsageError{u"query needs a site file path and the query text"_s};
-    const QString& text = args.positional[1];
-    auto db = site::openExistingSite(args.positional[0]);
+// Prints what a site's engine gives for the text, whichever engine it is.
+template <typename Database> int printQuery(Database& db, const QString& text, bool tsv) {
     if (!returnsRows(jet::parseStatement(text))) {
-        out() << db->execute(text) << " rows changed\n";
+        out() << db.execute(text) << " rows changed\n";
         return 0;
     }
-    const auto records = db->query(text);
-    if (args.flags.contains(u"--tsv"_s))
+    const auto records = db.query(text);
+    if (tsv)
         site::writeTsv(*records, out());
     else
         site::writeTable(*records, out());
     return 0;
 }
 
+int runQuery(const Arguments& args) {
+    if (args.positional.size() != 2)
+        throw UsageError{u"query needs a site file path or server address and the query text"_s};
+    const Site target = siteOf(args, args.positional[0]);
+    const QString& text = args.positional[1];
+    const bool tsv = args.flags.contains(u"--tsv"_s);
+    if (const auto* path = std::get_if<QString>(&target))
+        return printQuery(*site::openExistingSite(*path), text, tsv);
+    return printQuery(*site::openServerSite(std::get<jet::PgAddress>(target)), text, tsv);
+}
+
 int runAddSite(const Arguments& args) {
-    const QString path = QFileInfo(onlyPath(args, 1)).absoluteFilePath();
+    const Site target = siteOf(args, onlyPath(args, 1));
     if (!args.values.contains(u"--client"_s)) throw UsageError{u"--client is needed"_s};
     const QString name = args.values.value(u"--name"_s, u"Demo Store"_s);
     if (const auto refusal = settings::siteNameRefusal(name)) throw UsageError{*refusal};
-    site::openExistingSite(path); // only a real site goes on the list
+    // Only a real site goes on the list, and a server's as the client will reach it.
+    QString address;
+    int port = 0;
+    QString password;
+    if (const auto* path = std::get_if<QString>(&target)) {
+        address = QFileInfo(*path).absoluteFilePath();
+        site::openExistingSite(address);
+    } else {
+        const auto& server = std::get<jet::PgAddress>(target);
+        site::openServerSite(server);
+        address = args.positional.front();
+        port = server.port;
+        password = server.password;
+    }
     const QString file =
         settings::settingsFileOf(QFileInfo(args.values[u"--client"_s]).absoluteFilePath());
     const settings::SettingsFileOverride use(file);
     settings::setFailureLog([](const vb::VbError& e, const QString&, const QString&) { throw e; });
     settings::subLoadSites();
     const int index = settings::fncFindSite(name);
-    if (index >= 0)
-        settings::gSites[static_cast<std::size_t>(index)].Address = path;
-    else
-        settings::fncAddSite(name, path, false, 0, QString());
+    if (index >= 0) {
+        settings::Site& site = settings::gSites[static_cast<std::size_t>(index)];
+        site.Address = address;
+        site.Port = port;
+        site.Password = password;
+    } else
+        settings::fncAddSite(name, address, false, port, password);
     settings::subSaveSites();
     out() << (index >= 0 ? "Updated" : "Added") << " the site \"" << name << "\" in " << file
           << '\n';
@@ -246,23 +362,27 @@ int run(QStringList args) {
     if (args.isEmpty() || args.front() == u"--help" || args.front() == u"-h") return showHelp({});
     const QString command = args.takeFirst();
     if (command == u"help") return showHelp(args.value(0));
+    const QSet<QString> server = {u"--port"_s, u"--password-file"_s};
     if (command == u"init") {
-        const Arguments parsed = parse(args, {}, {u"--force"_s});
+        const Arguments parsed =
+            parse(args, server + QSet<QString>{u"--client-password-file"_s}, {u"--force"_s});
         return parsed.help ? showHelp(command) : runInit(parsed);
     }
     if (command == u"demo") {
-        const Arguments parsed = parse(
-            args,
-            {u"--days"_s, u"--seed"_s, u"--registers"_s, u"--clerks"_s, u"--per-day"_s, u"--end"_s},
-            {u"--replace"_s, u"--quiet"_s});
+        const Arguments parsed =
+            parse(args,
+                  server + QSet<QString>{u"--days"_s, u"--seed"_s, u"--registers"_s, u"--clerks"_s,
+                                         u"--per-day"_s, u"--end"_s},
+                  {u"--replace"_s, u"--quiet"_s});
         return parsed.help ? showHelp(command) : runDemo(parsed);
     }
     if (command == u"add-site") {
-        const Arguments parsed = parse(args, {u"--client"_s, u"--name"_s}, {});
+        const Arguments parsed =
+            parse(args, server + QSet<QString>{u"--client"_s, u"--name"_s}, {});
         return parsed.help ? showHelp(command) : runAddSite(parsed);
     }
     if (command == u"query") {
-        const Arguments parsed = parse(args, {}, {u"--tsv"_s});
+        const Arguments parsed = parse(args, server, {u"--tsv"_s});
         return parsed.help ? showHelp(command) : runQuery(parsed);
     }
     throw UsageError{u"unknown command \""_s + command + u'"'};

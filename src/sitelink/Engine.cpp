@@ -1,6 +1,7 @@
 #include "sitelink/Engine.h"
 
 #include "jet/JetError.h"
+#include "sitelink/PostgresEngine.h"
 #include "sitelink/SqliteEngine.h"
 #include "vb/VbError.h"
 
@@ -47,9 +48,7 @@ bool isSiteFileAddress(const QString& address) {
 
 std::unique_ptr<Engine> openEngine(const ConnectParams& params) {
     if (isSiteFileAddress(params.address)) return SqliteEngine::open(params.address);
-    throw jet::engineError(3151, QStringLiteral("The site %1 is a server address; this build "
-                                                "reaches site files only.")
-                                     .arg(params.address));
+    return PostgresEngine::open(params);
 }
 
 } // namespace sitelink

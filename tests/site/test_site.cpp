@@ -7,11 +7,11 @@
 #include "vb/Convert.h"
 #include "vb/DateTime.h"
 
+#include "site/ToolRun.h"
 #include "support/DemoSite.h"
 #include "support/VbTestSupport.h"
 
 #include <QFile>
-#include <QProcess>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -230,24 +230,9 @@ TEST_F(SiteTool, TabSeparatedOutputKeepsEveryValueInItsCell) {
 
 namespace {
 
-struct ToolRun {
-    int status;
-    QString out;
-    QString err;
-};
-
-ToolRun run(const QString& program, const QStringList& args) {
-    QProcess process;
-    process.start(program, args);
-    process.waitForFinished(60000);
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
-ToolRun tool(const QStringList& args) {
-    return run(QStringLiteral(TILLSIGHT_SITE_TOOL), args);
-}
+using sitetest::run;
+using sitetest::tool;
+using sitetest::ToolRun;
 
 // The demo's site script, as scripts/demo.sh runs it, with a short demo.
 ToolRun demoSiteScript(const QString& site) {

@@ -9,6 +9,7 @@
 
 #include "support/DemoSite.h"
 #include "support/GuiTestSupport.h"
+#include "support/ServerDemoSite.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -317,26 +318,52 @@ TEST_F(Toolbar, DialupWithoutAnActiveLinkTellsTheUserAndStaysPut) {
     EXPECT_EQ(bar->txtAddress()->text(), dialup().Address);
 }
 
-// The far end of the link is reached by its address; here that address names a copy of the demo
-// site in the working folder, which the link takes for a site file.
-TEST_F(Toolbar, DialupConnectsToTheFarEndOfTheLink) {
-    const QString peer = u"10.64.0.1"_s;
-    ASSERT_TRUE(QFile::copy(testsupport::demoSite().path, dir.filePath(peer)));
-    const QString previousFolder = QDir::currentPath();
-    ASSERT_TRUE(QDir::setCurrent(dir.path()));
+TEST_F(Toolbar, ConnectReachesASiteOnAServer) {
+    const auto& server = testsupport::serverDemoSite();
+    const Site store{u"Store 12"_s, server.clientAddress(), false, server.client.port,
+                     server.client.password};
+    useSites({dialup(), store});
+    pickNextSite();
+    press(bar->ConnectButton());
+    EXPECT_TRUE(boxes.isEmpty()) << boxes.join(u'\n').toStdString();
+    ASSERT_TRUE(gConnected);
+    EXPECT_TRUE(link().ServerName().contains(u"PostgreSQL"_s)) << link().ServerName().toStdString();
+    const auto count = link().OpenRecordset(u"select count(*) from tblTrans"_s);
+    ASSERT_TRUE(count);
+    EXPECT_EQ(vb::clng(count->field(0).value()), testsupport::demoSite().summary.transactions);
+}
+
+// Over dial-up the far end's address is all the toolbar has: the server there is reached as the
+// role and database "tillsight", with the site's password. The far end here is this computer,
+// where a site of that name answers.
+TEST_F(Toolbar, DialupConnectsToTheServerAtTheFarEndOfTheLink) {
+    const auto& server = testsupport::serverDemoSite();
+    auto admin = testsupport::pgAdminConnection();
+    admin->exec(u"DROP DATABASE IF EXISTS tillsight WITH (FORCE)"_s);
+    admin->exec(u"DROP ROLE IF EXISTS tillsight"_s);
+    // The far end's site: a database named tillsight whose data the role tillsight may read.
+    admin->exec(u"CREATE DATABASE tillsight TEMPLATE %1"_s.arg(server.database));
+    admin->exec(
+        u"CREATE ROLE tillsight LOGIN PASSWORD 'dial' IN ROLE %1"_s.arg(server.client.role));
+    admin->exec(u"GRANT CONNECT ON DATABASE tillsight TO tillsight"_s);
+    const QString peer = u"127.0.0.1"_s;
     modRAS::setInterfaceSource([peer] {
         return std::vector<modRAS::InterfaceRecord>{
             {u"ppp0"_s, IFF_UP | IFF_RUNNING | IFF_POINTOPOINT, AF_INET, u"10.64.0.2"_s, peer}};
     });
-    useSites({dialup()});
+    Site far = dialup();
+    far.Port = server.admin.port;
+    useSites({far});
     press(bar->ConnectButton());
     EXPECT_EQ(bar->txtAddress()->text(), peer);
+    EXPECT_TRUE(boxes.isEmpty()) << boxes.join(u'\n').toStdString();
     EXPECT_TRUE(gConnected);
     EXPECT_EQ(link().RemoteAddress(), peer);
-    EXPECT_EQ(link().RemotePort(), 23);
-    EXPECT_TRUE(boxes.isEmpty()) << boxes.join(u'\n').toStdString();
+    EXPECT_TRUE(link().ServerName().startsWith(u"tillsight on 127.0.0.1"_s))
+        << link().ServerName().toStdString();
     link().Disconnect();
-    QDir::setCurrent(previousFolder);
+    admin->exec(u"DROP DATABASE tillsight WITH (FORCE)"_s);
+    admin->exec(u"DROP ROLE tillsight"_s);
 }
 
 TEST_F(CancelButton, StopsALongReadAndTheSiteStaysUsable) {

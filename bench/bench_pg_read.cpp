@@ -1,0 +1,111 @@
+#include "BenchMemory.h"
+#include "BenchServer.h"
+#include "core/SearchCriteria.h"
+#include "core/modPowerSearch.h"
+#include "vb/DateTime.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <benchmark/benchmark.h>
+#include <cstdio>
+
+// A million transactions read from a server site into a result set, against psql running the
+// same translated SQL with its output thrown away, and the memory the read needs beside the set
+// it makes. The server: see BenchServer.h.
+namespace {
+
+using namespace Qt::Literals::StringLiterals;
+
+const QString kDatabase = u"bench_read"_s;
+constexpr long long kTransactions = 1'000'000;
+
+void ensureSite() {
+    site::DemoOptions options;
+    options.days = 365;
+    options.endDay = vb::dateSerial(2003, 12, 31);
+    options.registers = 20;
+    options.clerks = 60;
+    options.perDay = static_cast<int>(kTransactions / options.days) + 1;
+    benchserver::ensureSite(kDatabase, options, kTransactions);
+}
+
+// The Power Search's list, every criterion open, over the year the site covers.
+QString yearListSearch() {
+    core::SearchCriteria criteria;
+    criteria.searchType = core::List;
+    criteria.start = vb::dateSerial(2003, 1, 1);
+    criteria.end = vb::dateSerial(2004, 1, 1);
+    return modPowerSearch::fncSearchText(criteria).query;
+}
+
+std::unique_ptr<jet::PostgresDatabase> open() {
+    jet::PgConnection::Options options;
+    options.address = benchserver::clusterAdmin(kDatabase);
+    return jet::PostgresDatabase::open(options);
+}
+
+void BM_OpenRecordsetFromServer(benchmark::State& state) {
+    auto db = open();
+    const QString text = yearListSearch();
+    std::size_t rows = 0, setBytes = 0;
+    long peakOverSetKb = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        benchmemory::resetPeak();
+        const long before = benchmemory::statusKb("VmRSS:");
+        state.ResumeTiming();
+        auto set = db->query(text, [](int) {});
+        state.PauseTiming();
+        rows = set->recordCount();
+        setBytes = set->memoryBytes();
+        peakOverSetKb = benchmemory::statusKb("VmHWM:") - before;
+        set.reset();
+        state.ResumeTiming();
+    }
+    state.counters["rows"] = double(rows);
+    state.counters["setMiB"] = double(setBytes) / (1 << 20);
+    // The read's peak growth of the process over the set it made: 1 would be the set alone.
+    state.counters["peakOverSet"] = double(peakOverSetKb) * 1024 / double(setBytes);
+}
+
+void BM_PsqlSameSql(benchmark::State& state) {
+    const QString sql = open()->translate(yearListSearch());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const auto vars = benchserver::clusterVariables();
+    for (auto it = vars.begin(); it != vars.end(); ++it)
+        environment.insert(it.key(), it.value());
+    environment.insert(u"PGDATABASE"_s, kDatabase);
+    for (auto _ : state) {
+        QProcess psql;
+        psql.setProcessEnvironment(environment);
+        psql.start(u"psql"_s, {u"-X"_s, u"-q"_s, u"-v"_s, u"ON_ERROR_STOP=1"_s, u"-o"_s,
+                               u"/dev/null"_s, u"-c"_s, sql});
+        psql.waitForFinished(-1);
+        if (psql.exitCode() != 0) {
+            state.SkipWithError(psql.readAllStandardError().constData());
+            return;
+        }
+    }
+}
+
+void repeated(benchmark::internal::Benchmark* b) {
+    b->Unit(benchmark::kMillisecond)->Repetitions(3)->DisplayAggregatesOnly(true)->UseRealTime();
+}
+
+} // namespace
+
+BENCHMARK(BM_OpenRecordsetFromServer)->Apply(repeated);
+BENCHMARK(BM_PsqlSameSql)->Apply(repeated);
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    QElapsedTimer made;
+    made.start();
+    ensureSite();
+    std::fprintf(stderr, "site ready in %.1f s\n", made.elapsed() / 1000.0);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
