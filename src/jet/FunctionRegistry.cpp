@@ -92,7 +92,9 @@ const DialectFunction kFunctions[] = {
     {"right", 2, 2, Scalar, kText, body(directFunction<fnRight>), NullRaises},
     {"mid", 2, 3, Scalar, kText, body(directFunction<fnMid>), NullRaises},
     {"len", 1, 1, Scalar, kLong, body(valueFunction<fnLen>), None,
-     pgNative("CAST(length(%1) AS integer)", PostgresArgs::Text)},
+     pgNative("CAST(length(%1) + length(regexp_replace(%1, '[^\\U00010000-\\U0010FFFF]', "
+              "'', 'g')) AS integer)",
+              PostgresArgs::Text)},
     {"trim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, true>>), NullRaises},
     {"ltrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<true, false>>), NullRaises},
     {"rtrim", 1, 1, Scalar, kText, body(directFunction<trimBlanks<false, true>>), NullRaises},

@@ -115,8 +115,12 @@ std::shared_ptr<rs::Recordset> PostgresDatabase::read(const PostgresGenerator::R
     serverCall([&] {
         conn_->copyOut(plan.sql, [&](std::span<const PgField> fields) {
             stopIfInterrupted();
-            for (std::size_t i = 0; i < fetched.size() && i < fields.size(); ++i)
-                fetched[i] = variantFromPg(fields[i], plan.fetched[i]);
+            for (std::size_t i = 0; i < fetched.size() && i < fields.size(); ++i) {
+                const bool serial = i < plan.serials.size() && plan.serials[i];
+                fetched[i] = variantFromPg(fields[i], serial ? SqlType::Double : plan.fetched[i]);
+                if (serial && !fetched[i].isNull())
+                    fetched[i] = vb::Variant::date(fetched[i].doubleValue());
+            }
             for (std::size_t c = 0; c < columns.size(); ++c) {
                 if (plan.source[c] >= 0) {
                     row[c] = fetched[static_cast<std::size_t>(plan.source[c])];

@@ -284,6 +284,7 @@ QString PostgresGenerator::arithmetic(const Expr& e) const {
     const Expr& a = *e.args[0];
     const Expr& b = *e.args[1];
     const SqlType result = binding_.typeOf(&e);
+    const bool asSerial = std::exchange(serialOnly_, false);
     const QString x = number(a), y = number(b);
     auto asDouble = [](const QString& t) { return u"CAST("_s + t + u" AS double precision)"_s; };
     QString text;
@@ -313,7 +314,7 @@ QString PostgresGenerator::arithmetic(const Expr& e) const {
         text = u"jet_pow("_s + asDouble(x) + u", "_s + asDouble(y) + u')';
         break;
     }
-    if (result == SqlType::Date) return u"jet_date("_s + text + u')';
+    if (result == SqlType::Date) return asSerial ? text : u"jet_date("_s + text + u')';
     if (e.op == Op::Add || e.op == Op::Subtract || e.op == Op::Multiply) return text;
     return u"CAST("_s + text + u" AS "_s + pgWireType(result) + u')';
 }
@@ -360,7 +361,54 @@ QStringList PostgresGenerator::comparable(std::span<const Expr* const> values,
     return texts;
 }
 
+// A stored number, date or truth compared with text written in the query, as the file engine
+// compares them: text that reads as a number is that number, any other text sorts after every
+// number. Empty when e is no such comparison.
+QString PostgresGenerator::columnAgainstText(const Expr& e) const {
+    for (int side = 0; side < 2; ++side) {
+        const Expr& column = *e.args[static_cast<std::size_t>(side)];
+        const Expr& text = *e.args[static_cast<std::size_t>(1 - side)];
+        const ResolvedColumn* c =
+            column.kind == ExprKind::Column ? binding_.column(&column) : nullptr;
+        const SqlType type = binding_.typeOf(&column);
+        if (!c || c->outputAlias || !(isNumeric(type) || type == SqlType::Date) ||
+            text.kind != ExprKind::Literal || !text.value.isString())
+            continue;
+        bool numeric = false;
+        const double n = text.value.stringValue().trimmed().toDouble(&numeric);
+        QString op = comparisonOperator(e.op);
+        if (numeric) {
+            const QString literal = pgLiteral(vb::Variant(n), SqlType::Double);
+            const QString x = number(column);
+            return side == 0 ? u'(' + x + u' ' + op + u' ' + literal + u')'
+                             : u'(' + literal + u' ' + op + u' ' + x + u')';
+        }
+        // The number is the lesser, whichever side it stands on.
+        const bool numberFirst = side == 0;
+        bool holds = false;
+        switch (e.op) {
+        case Op::Equal:
+            holds = false;
+            break;
+        case Op::NotEqual:
+            holds = true;
+            break;
+        case Op::Less:
+        case Op::LessEqual:
+            holds = numberFirst;
+            break;
+        default:
+            holds = !numberFirst;
+            break;
+        }
+        return u"(CASE WHEN "_s + value(column) + u" IS NULL THEN NULL ELSE "_s +
+               (holds ? u"TRUE"_s : u"FALSE"_s) + u" END)"_s;
+    }
+    return QString();
+}
+
 QString PostgresGenerator::comparison(const Expr& e) const {
+    if (QString mixed = columnAgainstText(e); !mixed.isEmpty()) return mixed;
     const Expr* sides[] = {e.args[0].get(), e.args[1].get()};
     const QStringList t = comparable(sides);
     return u'(' + t[0] + u' ' + comparisonOperator(e.op) + u' ' + t[1] + u')';
@@ -558,6 +606,17 @@ QString PostgresGenerator::fromClause(std::span<const TableRefPtr> refs) const {
 
 // The select list, each column sent as its type's wire type (those of `typesFrom`, the first
 // select of a union, where given).
+bool PostgresGenerator::fetchedAsSerial(const OutputColumn& out) const {
+    const Expr* e = out.expr;
+    return e && out.type.type == SqlType::Date && e->kind == ExprKind::Binary &&
+           !isComparison(e->op) && !isLogical(e->op) && e->op != Op::Concat && !isConstant(*e);
+}
+
+QString PostgresGenerator::serial(const Expr& e) const {
+    serialOnly_ = true;
+    return arithmetic(e);
+}
+
 QStringList PostgresGenerator::items(const Select& s, const Select* typesFrom) const {
     const auto& outputs = binding_.outputs(&s);
     const auto& types = binding_.outputs(typesFrom ? typesFrom : &s);
@@ -565,6 +624,11 @@ QStringList PostgresGenerator::items(const Select& s, const Select* typesFrom) c
     for (std::size_t i = 0; i < outputs.size(); ++i) {
         const OutputColumn& out = outputs[i];
         const SqlType type = i < types.size() ? types[i].type.type : out.type.type;
+        if (&s == serialsOf_ && fetchedAsSerial(out)) {
+            list << u"CAST("_s + serial(*out.expr) + u" AS double precision) AS "_s +
+                        quoted(out.name);
+            continue;
+        }
         const QString text =
             out.expr && out.expr->kind == ExprKind::Star
                 ? quoted(out.starColumn.source) + u'.' + quoted(out.starColumn.column)
@@ -694,12 +758,17 @@ PostgresGenerator::Read PostgresGenerator::read(const Select& s) const {
         for (const OutputColumn& out : outputs)
             plan.fetched.push_back(out.type.type);
         try {
+            serialsOf_ = &s;
             plan.sql = select(s);
-            for (std::size_t i = 0; i < outputs.size(); ++i)
+            serialsOf_ = nullptr;
+            for (std::size_t i = 0; i < outputs.size(); ++i) {
                 plan.source.push_back(static_cast<int>(i));
+                plan.serials.push_back(fetchedAsSerial(outputs[i]));
+            }
             plan.local.resize(outputs.size());
             return plan;
         } catch (const NotOnServer&) {
+            serialsOf_ = nullptr;
             if (s.distinct || s.unionNext) throw;
         }
         // Some columns are worked out here from parts the server sends: each column that the

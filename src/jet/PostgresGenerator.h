@@ -46,6 +46,7 @@ public:
     struct Read {
         QString sql;
         std::vector<SqlType> fetched;
+        std::vector<bool> serials; // fetched as the serial of a Date (date arithmetic)
         std::vector<int> source;
         std::vector<LocalColumn> local;
     };
@@ -70,6 +71,11 @@ private:
     QString binary(const Expr& e) const;
     QString arithmetic(const Expr& e) const;
     QString comparison(const Expr& e) const;
+    QString columnAgainstText(const Expr& e) const;
+    // Date arithmetic as its serial, for a result column: a timestamp would keep only whole
+    // microseconds of the language's Double.
+    QString serial(const Expr& e) const;
+    bool fetchedAsSerial(const OutputColumn& out) const;
     QString predicate(const Expr& e) const;
     QString function(const Expr& e) const;
     QString aggregate(const Expr& e, const struct DialectFunction& f) const;
@@ -113,6 +119,8 @@ private:
     // arguments the writing is, where they are not shown so.
     mutable QSet<QString> textGroups_;
     mutable int inAggregate_ = 0;
+    mutable bool serialOnly_ = false;
+    mutable const Select* serialsOf_ = nullptr; // the read whose date arithmetic is fetched so
 };
 
 } // namespace jet
