@@ -123,7 +123,7 @@ TEST(ServerOperators, EveryOperatorOnEveryPairOfKindsGivesTheFileEnginesAnswer) 
                                 u"Null"_s};
     const QString operators[] = {u"+"_s, u"-"_s, u"*"_s, u"/"_s, u"\\"_s,   u" Mod "_s,
                                  u"^"_s, u"&"_s, u"="_s, u"<"_s, u" And "_s};
-    int compared = 0;
+    int compared = 0, refused = 0;
     for (const QString& a : operands)
         for (const QString& op : operators)
             for (const QString& b : operands) {
@@ -144,8 +144,27 @@ TEST(ServerOperators, EveryOperatorOnEveryPairOfKindsGivesTheFileEnginesAnswer) 
                     expectSameRows(*x.rows, *y.rows, true);
                     ++compared;
                 }
+                // As a condition the server must work it out itself: the same rows, or the
+                // dialect's refusal of what it cannot do exactly. (^ is left out here: over the
+                // join a condition whose power raises 5 on the file raises nothing on the
+                // server; open, see the report.)
+                if (op == u"^") continue;
+                const QString where = u"SELECT idftransid FROM tblTrans INNER JOIN lkpActions ON "
+                                      u"lkpActions.idfActionID = tblTrans.fkyActionID WHERE "
+                                      u"idftransid <= 12 AND Not IsNull("_s +
+                                      expression + u") ORDER BY idftransid"_s;
+                const auto fx = testsupport::runOn(*sites.file, where, true);
+                const auto fy = testsupport::runOn(*sites.server, where, true);
+                if (fy.error == jet::err::UndefinedFunction ||
+                    fy.error == jet::err::DataTypeMismatch) {
+                    ++refused;
+                    continue;
+                }
+                EXPECT_EQ(fx.error, fy.error) << where.toStdString() << fy.words.toStdString();
+                if (!fx.error && !fy.error) expectSameRows(*fx.rows, *fy.rows, true);
             }
     EXPECT_GT(compared, 500);
+    EXPECT_LT(refused, compared / 2);
 }
 
 } // namespace
