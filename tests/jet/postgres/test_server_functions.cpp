@@ -145,9 +145,9 @@ TEST(ServerOperators, EveryOperatorOnEveryPairOfKindsGivesTheFileEnginesAnswer) 
                     ++compared;
                 }
                 // As a condition the server must work it out itself: the same rows, or the
-                // dialect's refusal of what it cannot do exactly. (^ is left out here: over the
-                // join a condition whose power raises 5 on the file raises nothing on the
-                // server; open, see the report.)
+                // dialect's refusal of what it cannot do exactly. (^ is left out here: the file
+                // engine tests a condition on one table's rows before the join, rows that join
+                // nothing kept included, so a power that raises 5 there raises on the file alone.)
                 if (op == u"^") continue;
                 const QString where = u"SELECT idftransid FROM tblTrans INNER JOIN lkpActions ON "
                                       u"lkpActions.idfActionID = tblTrans.fkyActionID WHERE "
