@@ -77,7 +77,8 @@ inline QString shown(const vb::Variant& v) {
 
 // Both results, column by column and row by row: names, ADO types, values; rows in the same order
 // where the text orders them, else compared as sorted lists.
-inline void expectSameRows(const rs::Recordset& file, const rs::Recordset& server, bool ordered) {
+inline void expectSameRows(const rs::Recordset& file, const rs::Recordset& server, bool ordered,
+                           bool caseBlind = true) {
     ASSERT_EQ(file.fieldCount(), server.fieldCount());
     for (int f = 0; f < file.fieldCount(); ++f) {
         EXPECT_EQ(file.field(f).name(), server.field(f).name());
@@ -104,7 +105,7 @@ inline void expectSameRows(const rs::Recordset& file, const rs::Recordset& serve
     int reported = 0;
     for (std::size_t r = 0; r < a.size() && reported < 5; ++r)
         for (std::size_t f = 0; f < a[r].size(); ++f)
-            if (!sameValue(a[r][f], b[r][f], true)) {
+            if (!sameValue(a[r][f], b[r][f], caseBlind)) {
                 ADD_FAILURE() << "row " << r << " column "
                               << file.field(int(f)).name().toStdString() << ": file "
                               << shown(a[r][f]).toStdString() << ", server "
