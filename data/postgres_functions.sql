@@ -269,3 +269,15 @@ BEGIN
     END LOOP;
 END
 $$;
+
+-- IIf works out both choices before it picks one, as the language does, so a choice that fails
+-- fails the call even where it is not taken.
+CREATE OR REPLACE FUNCTION jet_iif(c boolean, a anycompatible, b anycompatible)
+RETURNS anycompatible LANGUAGE plpgsql IMMUTABLE PARALLEL SAFE AS $$
+BEGIN
+    IF c THEN
+        RETURN a;
+    END IF;
+    RETURN b;
+END
+$$;

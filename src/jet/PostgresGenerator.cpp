@@ -512,8 +512,16 @@ QString PostgresGenerator::choice(const Expr& e) const {
     const SqlType type = binding_.typeOf(&e);
     if (type == SqlType::Unknown && !(isNullLiteral(*e.args[1]) && isNullLiteral(*e.args[2])))
         notOnServer(e, u"The server cannot give IIf's choices of different kinds."_s);
-    return u"(CASE WHEN "_s + condition(*e.args[0]) + u" THEN "_s + typed(*e.args[1], type) +
-           u" ELSE "_s + typed(*e.args[2], type) + u" END)"_s;
+    const QString when = condition(*e.args[0]), then = typed(*e.args[1], type),
+                  otherwise = typed(*e.args[2], type);
+    // A CASE works out only the choice it takes; that is the language's IIf where neither
+    // choice can fail (a column or a constant), the reports' hot path.
+    auto cannotFail = [](const Expr& x) {
+        return x.kind == ExprKind::Literal || x.kind == ExprKind::Column;
+    };
+    if (cannotFail(*e.args[1]) && cannotFail(*e.args[2]))
+        return u"(CASE WHEN "_s + when + u" THEN "_s + then + u" ELSE "_s + otherwise + u" END)"_s;
+    return u"jet_iif("_s + when + u", "_s + then + u", "_s + otherwise + u')';
 }
 
 // A value as the wider type it is shown as.

@@ -91,6 +91,10 @@ TEST(ServerFunctions, AFunctionTheServerCannotComputeIsRefusedOutsideTheListWith
          vb::err::Overflow},
         {"SELECT fldtransregnum \\ 0 FROM tblTrans", vb::err::DivisionByZero},
         {"SELECT UCase$(Null & Null) FROM tblTrans", vb::err::InvalidUseOfNull},
+        // IIf works out the choice it does not take as well.
+        {"SELECT count(*) FROM tblTrans WHERE IIf(fldtransregnum > 0, 1, 1 / (fldtransregnum - "
+         "fldtransregnum)) = 1",
+         vb::err::DivisionByZero},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.text);
