@@ -121,6 +121,8 @@ TEST_F(FreshSites, ACrosstabGivesTextsThatDifferInCaseOneColumn) {
 }
 
 TEST_F(FreshSites, SelectIntoKeepsTheDialectTypesAndTemporaryTablesStayWithTheirConnection) {
+    // Installing the functions again keeps the types the tables below are declared with.
+    server_->installFunctions();
     both(u"CREATE TABLE tblKinds (id COUNTER PRIMARY KEY, k LONG, s SHORT, b BYTE, f SINGLE, "
          u"d DOUBLE, c CURRENCY, t DATETIME, y YESNO, x TEXT(10), m MEMO)\n"
          u"--\nINSERT INTO tblKinds (k, s, b, f, d, c, t, y, x, m) VALUES (1, 2, 3, 1.5, 2.5, "
