@@ -839,6 +839,15 @@ PostgresGenerator::Read PostgresGenerator::read(const Select& s) const {
             if (groupsRows(s))
                 for (const ExprPtr& g : s.groupBy)
                     if (isText(binding_.typeOf(g.get()))) textGroups_.insert(printExpression(*g));
+            // The server cannot sort by a column it does not work out.
+            for (const OrderItem& o : s.orderBy) {
+                const ResolvedColumn* c = binding_.column(o.expr.get());
+                for (std::size_t i = 0; c && c->outputAlias && i < outputs.size(); ++i)
+                    if (plan.source[i] < 0 &&
+                        outputs[i].name.compare(c->column, Qt::CaseInsensitive) == 0)
+                        notOnServer(*o.expr, u"The server cannot sort by a column worked out "
+                                             u"from its rows here."_s);
+            }
             QString sql = selectCore(s, written, extra) + orderTerms(s);
             if (s.top && !s.top->percent)
                 sql += u" LIMIT "_s + QString::number(s.top->count, 'g', 17);

@@ -91,6 +91,8 @@ TEST(ServerFunctions, AFunctionTheServerCannotComputeIsRefusedOutsideTheListWith
          vb::err::Overflow},
         {"SELECT fldtransregnum \\ 0 FROM tblTrans", vb::err::DivisionByZero},
         {"SELECT UCase$(Null & Null) FROM tblTrans", vb::err::InvalidUseOfNull},
+        {"SELECT Format(fldTransTime, 'yyyy') AS y FROM tblTrans ORDER BY y",
+         jet::err::UndefinedFunction},
         // IIf works out the choice it does not take as well.
         {"SELECT count(*) FROM tblTrans WHERE IIf(fldtransregnum > 0, 1, 1 / (fldtransregnum - "
          "fldtransregnum)) = 1",
