@@ -84,6 +84,8 @@ inline void expectSameRows(const rs::Recordset& file, const rs::Recordset& serve
         EXPECT_EQ(file.field(f).name(), server.field(f).name());
         EXPECT_EQ(file.field(f).type(), server.field(f).type())
             << file.field(f).name().toStdString();
+        EXPECT_EQ(file.field(f).definedSize(), server.field(f).definedSize())
+            << file.field(f).name().toStdString();
     }
     ASSERT_EQ(file.recordCount(), server.recordCount());
     auto rowsOf = [&](const rs::Recordset& set) {
