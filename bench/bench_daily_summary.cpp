@@ -1,9 +1,9 @@
 #include "BenchServer.h"
 #include "BenchSite.h"
 #include "core/Session.h"
-#include "sitelink/SiteLink.h"
 #include "core/clsDailySummary.h"
 #include "core/modFixedReports.h"
+#include "sitelink/SiteLink.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

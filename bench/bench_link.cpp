@@ -1,4 +1,5 @@
 #include "BenchSales.h"
+#include "BenchSearch.h"
 #include "BenchSite.h"
 #include "core/modPowerSearch.h"
 #include "sitelink/SiteLink.h"
@@ -18,15 +19,6 @@ using namespace Qt::Literals::StringLiterals;
 
 constexpr int kTransactions = 1'000'000;
 const QString kQuery = u"select * from tblTrans"_s;
-
-// The Power Search's list, every criterion open, over the year the bench site covers.
-QString yearListSearch() {
-    core::SearchCriteria criteria;
-    criteria.searchType = core::List;
-    criteria.start = vb::dateSerial(2003, 1, 1);
-    criteria.end = vb::dateSerial(2004, 1, 1);
-    return modPowerSearch::fncSearchText(criteria).query;
-}
 
 void readThroughLink(benchmark::State& state, const QString& query) {
     benchsite::site(kTransactions);
@@ -73,13 +65,13 @@ void BM_SqliteCommandLine(benchmark::State& state) {
 }
 
 void BM_YearListThroughLink(benchmark::State& state) {
-    readThroughLink(state, yearListSearch());
+    readThroughLink(state, benchsearch::yearListSearch());
 }
 
 void BM_YearListThroughDatabase(benchmark::State& state) {
     benchsite::site(kTransactions);
     auto db = jet::SqliteDatabase::open(benchsite::sitePath());
-    const QString query = yearListSearch();
+    const QString query = benchsearch::yearListSearch();
     std::size_t rows = 0;
     for (auto _ : state)
         rows = db->query(query)->recordCount();
@@ -89,7 +81,7 @@ void BM_YearListThroughDatabase(benchmark::State& state) {
 void BM_YearListThroughSiteTool(benchmark::State& state) {
     benchsite::site(kTransactions);
     runTool(state, QStringLiteral(TILLSIGHT_SITE_TOOL),
-            {u"query"_s, benchsite::sitePath(), u"--tsv"_s, yearListSearch()});
+            {u"query"_s, benchsite::sitePath(), u"--tsv"_s, benchsearch::yearListSearch()});
 }
 
 void repeated(benchmark::internal::Benchmark* b) {

@@ -1,7 +1,6 @@
 #include "BenchMemory.h"
+#include "BenchSearch.h"
 #include "BenchServer.h"
-#include "core/SearchCriteria.h"
-#include "core/modPowerSearch.h"
 #include "vb/DateTime.h"
 
 #include <QCoreApplication>
@@ -30,15 +29,6 @@ void ensureSite() {
     benchserver::ensureSite(kDatabase, options, kTransactions);
 }
 
-// The Power Search's list, every criterion open, over the year the site covers.
-QString yearListSearch() {
-    core::SearchCriteria criteria;
-    criteria.searchType = core::List;
-    criteria.start = vb::dateSerial(2003, 1, 1);
-    criteria.end = vb::dateSerial(2004, 1, 1);
-    return modPowerSearch::fncSearchText(criteria).query;
-}
-
 std::unique_ptr<jet::PostgresDatabase> open() {
     jet::PgConnection::Options options;
     options.address = benchserver::clusterAdmin(kDatabase);
@@ -47,7 +37,7 @@ std::unique_ptr<jet::PostgresDatabase> open() {
 
 void BM_OpenRecordsetFromServer(benchmark::State& state) {
     auto db = open();
-    const QString text = yearListSearch();
+    const QString text = benchsearch::yearListSearch();
     std::size_t rows = 0, setBytes = 0;
     long peakOverSetKb = 0;
     for (auto _ : state) {
@@ -71,7 +61,7 @@ void BM_OpenRecordsetFromServer(benchmark::State& state) {
 
 // Arg 0: psql's default aligned table; 1: unaligned rows (-A -t), its cheapest text output.
 void BM_PsqlSameSql(benchmark::State& state) {
-    const QString sql = open()->translate(yearListSearch());
+    const QString sql = open()->translate(benchsearch::yearListSearch());
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     const auto vars = benchserver::clusterVariables();
     for (auto it = vars.begin(); it != vars.end(); ++it)

@@ -65,11 +65,6 @@ QString rowidOf(const TableRef& table) {
     return PostgresGenerator::quoted(table.alias.isEmpty() ? table.name : table.alias) + u".ctid"_s;
 }
 
-QString insertInto(const QString& table, const QStringList& names) {
-    return u"INSERT INTO "_s + PostgresGenerator::quoted(table) + u" ("_s + names.join(u", "_s) +
-           u") "_s;
-}
-
 // A constant converted as a column of the type keeps it, as the file engine converts it.
 vb::Variant convertedFor(const vb::Variant& v, SqlType type) {
     if (v.isNull() || v.isEmpty()) return vb::Variant::null();
@@ -207,13 +202,6 @@ QString PostgresGenerator::textOf(const Expr& e) const {
 
 QString PostgresGenerator::key(const QString& valueText) const {
     return u"(lower("_s + valueText + u')' + kTextOrder + u')';
-}
-
-QString PostgresGenerator::column(const Expr& e) const {
-    const ResolvedColumn* c = binding_.column(&e);
-    if (!c) raise(err::TooFewParameters, e.name);
-    if (c->outputAlias) return quoted(c->column);
-    return quoted(c->source) + u'.' + quoted(c->column);
 }
 
 QString PostgresGenerator::unary(const Expr& e) const {
@@ -584,33 +572,6 @@ QString PostgresGenerator::aggregate(const Expr& e, const DialectFunction& f) co
 }
 
 // ---- selects ----
-
-QString PostgresGenerator::tableRef(const TableRef& ref) const {
-    switch (ref.kind) {
-    case TableRef::Kind::Table: {
-        const CatalogTable* table = catalog_.table(ref.name);
-        const QString name = quoted(table ? table->name : ref.name);
-        return ref.alias.isEmpty() ? name : name + u" AS "_s + quoted(ref.alias);
-    }
-    case TableRef::Kind::Subquery:
-        return u'(' + select(*ref.subquery) + u") AS "_s + quoted(ref.alias);
-    case TableRef::Kind::Join: {
-        const QString kind = ref.join == JoinKind::Left    ? u" LEFT JOIN "_s
-                             : ref.join == JoinKind::Right ? u" RIGHT JOIN "_s
-                                                           : u" INNER JOIN "_s;
-        return u'(' + tableRef(*ref.left) + kind + tableRef(*ref.right) + u" ON "_s +
-               condition(*ref.on) + u')';
-    }
-    }
-    return QString();
-}
-
-QString PostgresGenerator::fromClause(std::span<const TableRefPtr> refs) const {
-    QStringList sources;
-    for (const TableRefPtr& ref : refs)
-        sources << tableRef(*ref);
-    return sources.isEmpty() ? QString() : u" FROM "_s + sources.join(u", "_s);
-}
 
 // The select list, each column sent as its type's wire type (those of `typesFrom`, the first
 // select of a union, where given).
@@ -1018,35 +979,6 @@ QString PostgresGenerator::insertRows(const QString& into, const Select& rows,
            u") AS jet_rows("_s + names.join(u", "_s) + u')';
 }
 
-QString PostgresGenerator::insert(const Insert& s) const {
-    const CatalogTable* table = catalog_.table(s.table);
-    if (!table) raise(err::NoInputTable, s.table);
-    std::vector<const CatalogColumn*> targets;
-    if (s.columns.empty()) {
-        for (const CatalogColumn& c : table->columns)
-            targets.push_back(&c);
-    } else {
-        for (const QString& name : s.columns) {
-            const CatalogColumn* c = table->column(name);
-            if (!c) raise(err::UnknownInsertField, name);
-            targets.push_back(c);
-        }
-    }
-    QStringList names;
-    std::vector<ColumnType> types;
-    for (const CatalogColumn* c : targets) {
-        names << quoted(c->name);
-        types.push_back(c->type);
-    }
-    const QString into = insertInto(table->name, names);
-    if (s.select) return insertRows(into, *s.select, types);
-    if (s.values.size() != targets.size()) raise(err::InsertSyntax);
-    QStringList values;
-    for (std::size_t i = 0; i < targets.size(); ++i)
-        values << storedValue(*s.values[i], types[i]);
-    return into + u"VALUES ("_s + values.join(u", "_s) + u')';
-}
-
 namespace {
 
 QString createTable(const QString& name, const QStringList& columns) {
@@ -1079,7 +1011,7 @@ PostgresGenerator::Commands PostgresGenerator::selectInto(const Select& s) const
         types.push_back(type);
     }
     return {{createTable(s.into, columns), false},
-            {insertRows(insertInto(s.into, names), s, types)}};
+            {insertRows(PostgresGenerator::insertInto(s.into, names), s, types)}};
 }
 
 // The rows `from` gives that `where` keeps, read before any is written: for each table of
@@ -1106,43 +1038,14 @@ PostgresGenerator::Commands PostgresGenerator::matches(std::span<const TableRefP
 
 PostgresGenerator::Commands PostgresGenerator::update(const Update& s) const {
     const TableRef& target = *s.from.front();
-    if (s.from.size() == 1 && target.kind == TableRef::Kind::Table) {
-        const CatalogTable* table = catalog_.table(target.name);
-        if (!table) raise(err::NoInputTable, target.name);
-        QStringList sets;
-        for (const Assignment& a : s.assignments) {
-            const ResolvedColumn* c = binding_.column(a.column.get());
-            const CatalogColumn* column = c ? table->column(c->column) : nullptr;
-            if (!column) raise(err::NotUpdatable);
-            sets << quoted(column->name) + u" = "_s + storedValue(*a.value, column->type);
-        }
-        QString sql = u"UPDATE "_s + tableRef(target) + u" SET "_s + sets.join(u", "_s);
-        if (s.where) sql += u" WHERE "_s + condition(*s.where);
-        return {{sql}};
-    }
+    if (s.from.size() == 1 && target.kind == TableRef::Kind::Table) return updateTable(s);
     // Through a join: every value is worked out from the rows as they were; a row several rows
     // of the join match is written once, with the last match's values, and counted once per
     // match; where an outer join found no row of a written table, its values go in as a new row.
     const std::vector<JoinedSource> sources = joinedSources(s.from);
-    if (!std::all_of(sources.begin(), sources.end(), updatable)) raise(err::NotUpdatable);
-    std::vector<WrittenTable> written;
     QStringList values;
-    for (const Assignment& a : s.assignments) {
-        const ResolvedColumn* c = binding_.column(a.column.get());
-        const JoinedSource* source = c ? sourceNamed(sources, c->source) : nullptr;
-        if (!source || source->ref->kind != TableRef::Kind::Table) raise(err::NotUpdatable);
-        const CatalogTable* table = catalog_.table(source->ref->name);
-        const CatalogColumn* column = table ? table->column(c->column) : nullptr;
-        if (!column) raise(err::NotUpdatable);
-        auto w = std::find_if(written.begin(), written.end(),
-                              [&](const WrittenTable& t) { return t.source == source; });
-        if (w == written.end()) w = written.insert(w, WrittenTable{source, table, {}});
-        w->set(quoted(column->name), static_cast<int>(values.size()));
-        values << storedValue(*a.value, column->type);
-    }
-    std::vector<const TableRef*> rowsOf;
-    for (const WrittenTable& w : written)
-        rowsOf.push_back(w.source->ref);
+    const std::vector<WrittenTable> written = writtenTables(s, sources, values);
+    const std::vector<const TableRef*> rowsOf = writtenRows(written);
     Commands commands = matches(s.from, s.where.get(), rowsOf, values, true);
     for (std::size_t i = 0; i < written.size(); ++i) {
         const WrittenTable& w = written[i];
@@ -1160,39 +1063,10 @@ PostgresGenerator::Commands PostgresGenerator::update(const Update& s) const {
                                 u".ctid = jet_match."_s + row,
                             false});
         if (w.source->optional)
-            commands.push_back({insertInto(w.table->name, names) + u"SELECT "_s +
+            commands.push_back({PostgresGenerator::insertInto(w.table->name, names) + u"SELECT "_s +
                                     given.join(u", "_s) + u" FROM "_s + kMatches + u" WHERE "_s +
                                     row + u" IS NULL ORDER BY n"_s,
                                 false});
-    }
-    commands.push_back({kDropMatches, false});
-    return commands;
-}
-
-PostgresGenerator::Commands PostgresGenerator::deleteRows(const Delete& s) const {
-    const TableRef& first = *s.from.front();
-    if (s.from.size() == 1 && first.kind == TableRef::Kind::Table) {
-        QString sql = u"DELETE FROM "_s + tableRef(first);
-        if (s.where) sql += u" WHERE "_s + condition(*s.where);
-        return {{sql}};
-    }
-    const std::vector<JoinedSource> sources = joinedSources(s.from);
-    if (s.from.size() == 1 && sources.size() == 1) raise(err::CannotDeleteFrom);
-    if (s.targets.empty()) raise(err::DeleteWhichTable);
-    std::vector<const TableRef*> rowsOf;
-    for (const QString& name : s.targets) {
-        const JoinedSource* source = sourceNamed(sources, name);
-        if (!source) raise(err::NoInputTable, name);
-        if (source->ref->kind != TableRef::Kind::Table) raise(err::CannotDeleteFrom);
-        if (std::find(rowsOf.begin(), rowsOf.end(), source->ref) == rowsOf.end())
-            rowsOf.push_back(source->ref);
-    }
-    Commands commands = matches(s.from, s.where.get(), rowsOf, {}, false);
-    for (std::size_t i = 0; i < rowsOf.size(); ++i) {
-        const CatalogTable* table = catalog_.table(rowsOf[i]->name);
-        commands.push_back({u"DELETE FROM "_s + quoted(table ? table->name : rowsOf[i]->name) +
-                            u" WHERE ctid IN (SELECT "_s + rowColumn(i) + u" FROM "_s + kMatches +
-                            u')'});
     }
     commands.push_back({kDropMatches, false});
     return commands;
@@ -1270,6 +1144,18 @@ PostgresGenerator::Commands PostgresGenerator::commands(const Statement& stateme
         if (const auto* s = std::get_if<Delete>(&statement)) return deleteRows(*s);
         return schemaChange(statement);
     });
+}
+
+QString PostgresGenerator::matchesTable() {
+    return kMatches;
+}
+
+QString PostgresGenerator::matchColumn(std::size_t place) {
+    return rowColumn(place);
+}
+
+QString PostgresGenerator::rowIdentity() {
+    return u"ctid"_s;
 }
 
 } // namespace jet

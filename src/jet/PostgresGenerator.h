@@ -14,6 +14,7 @@
 #include "jet/Catalog.h"
 #include "jet/EngineShared.h"
 #include "jet/LocalEvaluator.h"
+#include "jet/StatementWriter.h"
 
 #include <QSet>
 #include <QString>
@@ -22,7 +23,7 @@
 
 namespace jet {
 
-class PostgresGenerator {
+class PostgresGenerator : public gen::StatementWriter<PostgresGenerator> {
 public:
     PostgresGenerator(const Binding& binding, const Catalog& catalog, LocalEvaluator& local)
         : binding_(binding), catalog_(catalog), local_(local) {}
@@ -59,6 +60,13 @@ public:
     static QString quoted(const QString& name);
 
 private:
+    friend class gen::StatementWriter<PostgresGenerator>;
+    // What the shared writer needs of this engine: the table of rows a write through a join
+    // matched, its column of a table's rows, and how a table names its own rows.
+    static QString matchesTable();
+    static QString matchColumn(std::size_t place);
+    static QString rowIdentity();
+
     QString value(const Expr& e) const;
     QString condition(const Expr& e) const;
     QString number(const Expr& e) const; // as a number: truths -1/0, dates their serial
@@ -66,7 +74,6 @@ private:
     QString key(const QString& valueText) const;
     QString folded(const Expr& e) const; // a constant worked out here
     bool isConstant(const Expr& e) const;
-    QString column(const Expr& e) const;
     QString unary(const Expr& e) const;
     QString binary(const Expr& e) const;
     QString arithmetic(const Expr& e) const;
@@ -91,18 +98,14 @@ private:
                        const QStringList& extraColumns = {}) const;
     QStringList items(const Select& s, const Select* typesFrom = nullptr) const;
     QString orderTerms(const Select& s) const;
-    QString fromClause(std::span<const TableRefPtr> refs) const;
-    QString tableRef(const TableRef& ref) const;
     QString pivotMatch(const Transform& t, const PivotColumn& column) const;
     QString crosstabCell(const Transform& t, const PivotColumn& column) const;
 
     QString storedValue(const Expr& e, const ColumnType& target) const;
     QString insertRows(const QString& into, const Select& rows,
                        const std::vector<ColumnType>& targets) const;
-    QString insert(const Insert& s) const;
     Commands selectInto(const Select& s) const;
     Commands update(const Update& s) const;
-    Commands deleteRows(const Delete& s) const;
     Commands matches(std::span<const TableRefPtr> from, const Expr* where,
                      const std::vector<const TableRef*>& rowsOf, const QStringList& values,
                      bool counted) const;

@@ -134,13 +134,6 @@ QString SqliteGenerator::condition(const Expr& e) const {
     }
 }
 
-QString SqliteGenerator::column(const Expr& e) const {
-    const ResolvedColumn* c = binding_.column(&e);
-    if (!c) raise(err::TooFewParameters, e.name);
-    if (c->outputAlias) return quoted(c->column);
-    return quoted(c->source) + u'.' + quoted(c->column);
-}
-
 QString SqliteGenerator::unary(const Expr& e, bool asCondition) const {
     const Expr& operand = *e.args[0];
     switch (e.op) {
@@ -316,11 +309,6 @@ QString converted(const QString& valueText, SqlType given, const ColumnType& tar
     return convert + u'(' + (given == target.type ? valueText : tagged(valueText, given)) + u')';
 }
 
-QString insertInto(const QString& table, const QStringList& names) {
-    return u"INSERT INTO "_s + SqliteGenerator::quoted(table) + u" ("_s + names.join(u", "_s) +
-           u") "_s;
-}
-
 // The rows of INSERT ... SELECT under names of their own, so each can be converted for its column.
 const QString kWrittenRows = u"jet_rows"_s;
 
@@ -374,33 +362,6 @@ QString SqliteGenerator::function(const Expr& e) const {
         break;
     }
     raise(err::UndefinedFunction, e.name + u'$');
-}
-
-QString SqliteGenerator::tableRef(const TableRef& ref) const {
-    switch (ref.kind) {
-    case TableRef::Kind::Table: {
-        const CatalogTable* table = catalog_.table(ref.name);
-        const QString name = quoted(table ? table->name : ref.name);
-        return ref.alias.isEmpty() ? name : name + u" AS "_s + quoted(ref.alias);
-    }
-    case TableRef::Kind::Subquery:
-        return u'(' + select(*ref.subquery) + u") AS "_s + quoted(ref.alias);
-    case TableRef::Kind::Join: {
-        const QString kind = ref.join == JoinKind::Left    ? u" LEFT JOIN "_s
-                             : ref.join == JoinKind::Right ? u" RIGHT JOIN "_s
-                                                           : u" INNER JOIN "_s;
-        return u'(' + tableRef(*ref.left) + kind + tableRef(*ref.right) + u" ON "_s +
-               condition(*ref.on) + u')';
-    }
-    }
-    return QString();
-}
-
-QString SqliteGenerator::fromClause(std::span<const TableRefPtr> refs) const {
-    QStringList sources;
-    for (const TableRefPtr& ref : refs)
-        sources << tableRef(*ref);
-    return sources.isEmpty() ? QString() : u" FROM "_s + sources.join(u", "_s);
 }
 
 QString SqliteGenerator::selectCore(const Select& s, const QStringList& extraColumns) const {
@@ -548,7 +509,8 @@ SqliteGenerator::Commands SqliteGenerator::selectInto(const Select& s) const {
         names << quoted(out.name);
         types.push_back(type);
     }
-    return {{createTable(s.into, columns)}, {insertRows(insertInto(s.into, names), s, types)}};
+    return {{createTable(s.into, columns)},
+            {insertRows(SqliteGenerator::insertInto(s.into, names), s, types)}};
 }
 
 QString SqliteGenerator::storedValue(const Expr& e, const ColumnType& target) const {
@@ -568,35 +530,6 @@ QString SqliteGenerator::insertRows(const QString& into, const Select& rows,
     return u"WITH "_s + kWrittenRows + u" ("_s + rowNames.join(u", "_s) + u") AS ("_s +
            select(rows) + u") "_s + into + u"SELECT "_s + values.join(u", "_s) + u" FROM "_s +
            kWrittenRows;
-}
-
-QString SqliteGenerator::insert(const Insert& s) const {
-    const CatalogTable* table = catalog_.table(s.table);
-    if (!table) raise(err::NoInputTable, s.table);
-    std::vector<const CatalogColumn*> targets;
-    if (s.columns.empty()) {
-        for (const CatalogColumn& c : table->columns)
-            targets.push_back(&c);
-    } else {
-        for (const QString& name : s.columns) {
-            const CatalogColumn* c = table->column(name);
-            if (!c) raise(err::UnknownInsertField, name);
-            targets.push_back(c);
-        }
-    }
-    QStringList names;
-    std::vector<ColumnType> types;
-    for (const CatalogColumn* c : targets) {
-        names << quoted(c->name);
-        types.push_back(c->type);
-    }
-    const QString into = insertInto(table->name, names);
-    if (s.select) return insertRows(into, *s.select, types);
-    if (s.values.size() != targets.size()) raise(err::InsertSyntax);
-    QStringList values;
-    for (std::size_t i = 0; i < targets.size(); ++i)
-        values << storedValue(*s.values[i], types[i]);
-    return into + u"VALUES ("_s + values.join(u", "_s) + u')';
 }
 
 namespace {
@@ -635,8 +568,8 @@ SqliteGenerator::Commands writeBack(const WrittenTable& w, const QString& row) {
              row + u")) AS jet_match WHERE "_s + target + u".rowid = jet_match."_s + row,
          false});
     if (w.source->optional)
-        commands.push_back({insertInto(w.table->name, names) + u"SELECT "_s + given.join(u", "_s) +
-                                u" FROM "_s + kMatches + u" WHERE "_s + row +
+        commands.push_back({SqliteGenerator::insertInto(w.table->name, names) + u"SELECT "_s +
+                                given.join(u", "_s) + u" FROM "_s + kMatches + u" WHERE "_s + row +
                                 u" IS NULL ORDER BY rowid"_s,
                             false});
     return commands;
@@ -676,18 +609,7 @@ SqliteGenerator::Commands SqliteGenerator::matches(std::span<const TableRefPtr> 
 SqliteGenerator::Commands SqliteGenerator::update(const Update& s) const {
     const TableRef& target = *s.from.front();
     if (s.from.size() > 1 || target.kind != TableRef::Kind::Table) return updateJoin(s);
-    const CatalogTable* table = catalog_.table(target.name);
-    if (!table) raise(err::NoInputTable, target.name);
-    QStringList sets;
-    for (const Assignment& a : s.assignments) {
-        const ResolvedColumn* c = binding_.column(a.column.get());
-        const CatalogColumn* column = c ? table->column(c->column) : nullptr;
-        if (!column) raise(err::NotUpdatable);
-        sets << quoted(column->name) + u" = "_s + storedValue(*a.value, column->type);
-    }
-    QString sql = u"UPDATE "_s + tableRef(target) + u" SET "_s + sets.join(u", "_s);
-    if (s.where) sql += u" WHERE "_s + condition(*s.where);
-    return {{sql}};
+    return updateTable(s);
 }
 
 // UPDATE through a join (or several sources) writes the columns of any of its tables. All values
@@ -698,61 +620,13 @@ SqliteGenerator::Commands SqliteGenerator::update(const Update& s) const {
 // adds one, so its values go in as a new row.
 SqliteGenerator::Commands SqliteGenerator::updateJoin(const Update& s) const {
     const std::vector<JoinedSource> sources = joinedSources(s.from);
-    if (!std::all_of(sources.begin(), sources.end(), updatable)) raise(err::NotUpdatable);
-    std::vector<WrittenTable> written;
     QStringList values;
-    for (const Assignment& a : s.assignments) {
-        const ResolvedColumn* c = binding_.column(a.column.get());
-        const JoinedSource* source = c ? sourceNamed(sources, c->source) : nullptr;
-        if (!source || source->ref->kind != TableRef::Kind::Table) raise(err::NotUpdatable);
-        const CatalogTable* table = catalog_.table(source->ref->name);
-        const CatalogColumn* column = table ? table->column(c->column) : nullptr;
-        if (!column) raise(err::NotUpdatable);
-        auto w = std::find_if(written.begin(), written.end(),
-                              [&](const WrittenTable& t) { return t.source == source; });
-        if (w == written.end()) w = written.insert(w, WrittenTable{source, table, {}});
-        w->set(quoted(column->name), static_cast<int>(values.size()));
-        values << storedValue(*a.value, column->type);
-    }
-    std::vector<const TableRef*> rowsOf;
-    for (const WrittenTable& w : written)
-        rowsOf.push_back(w.source->ref);
+    const std::vector<WrittenTable> written = writtenTables(s, sources, values);
+    const std::vector<const TableRef*> rowsOf = writtenRows(written);
     Commands commands = matches(s.from, s.where.get(), rowsOf, values, true);
     for (std::size_t i = 0; i < written.size(); ++i) {
         const Commands table = writeBack(written[i], rowColumn(i));
         commands.insert(commands.end(), table.begin(), table.end());
-    }
-    commands.push_back({kDropMatches, false});
-    return commands;
-}
-
-// DELETE takes whole rows. From one table it needs no list; from a join or several sources the
-// list names the tables that lose rows, and every row of theirs that a kept row of the sources
-// holds goes, whichever tables are named.
-SqliteGenerator::Commands SqliteGenerator::deleteRows(const Delete& s) const {
-    const TableRef& first = *s.from.front();
-    if (s.from.size() == 1 && first.kind == TableRef::Kind::Table) {
-        QString sql = u"DELETE FROM "_s + tableRef(first);
-        if (s.where) sql += u" WHERE "_s + condition(*s.where);
-        return {{sql}};
-    }
-    const std::vector<JoinedSource> sources = joinedSources(s.from);
-    if (s.from.size() == 1 && sources.size() == 1) raise(err::CannotDeleteFrom);
-    if (s.targets.empty()) raise(err::DeleteWhichTable);
-    std::vector<const TableRef*> rowsOf;
-    for (const QString& name : s.targets) {
-        const JoinedSource* source = sourceNamed(sources, name);
-        if (!source) raise(err::NoInputTable, name);
-        if (source->ref->kind != TableRef::Kind::Table) raise(err::CannotDeleteFrom);
-        if (std::find(rowsOf.begin(), rowsOf.end(), source->ref) == rowsOf.end())
-            rowsOf.push_back(source->ref);
-    }
-    Commands commands = matches(s.from, s.where.get(), rowsOf, {}, false);
-    for (std::size_t i = 0; i < rowsOf.size(); ++i) {
-        const CatalogTable* table = catalog_.table(rowsOf[i]->name);
-        commands.push_back({u"DELETE FROM "_s + quoted(table ? table->name : rowsOf[i]->name) +
-                            u" WHERE rowid IN (SELECT "_s + rowColumn(i) + u" FROM "_s + kMatches +
-                            u')'});
     }
     commands.push_back({kDropMatches, false});
     return commands;
@@ -840,6 +714,18 @@ SqliteGenerator::Commands SqliteGenerator::commands(const Statement& statement) 
             }
         },
         statement);
+}
+
+QString SqliteGenerator::matchesTable() {
+    return kMatches;
+}
+
+QString SqliteGenerator::matchColumn(std::size_t place) {
+    return rowColumn(place);
+}
+
+QString SqliteGenerator::rowIdentity() {
+    return u"rowid"_s;
 }
 
 } // namespace jet

@@ -9,6 +9,7 @@
 #include "jet/Binder.h"
 #include "jet/Catalog.h"
 #include "jet/EngineShared.h"
+#include "jet/StatementWriter.h"
 
 #include <QHash>
 #include <QString>
@@ -17,7 +18,7 @@
 
 namespace jet {
 
-class SqliteGenerator {
+class SqliteGenerator : public gen::StatementWriter<SqliteGenerator> {
 public:
     SqliteGenerator(const Binding& binding, const Catalog& catalog)
         : binding_(binding), catalog_(catalog) {}
@@ -53,11 +54,15 @@ public:
     static QString literal(const vb::Variant& v);
 
 private:
+    friend class gen::StatementWriter<SqliteGenerator>;
+    // What the shared writer needs of this engine: the table of rows a write through a join
+    // matched, its column of a table's rows, and how a table names its own rows.
+    static QString matchesTable();
+    static QString matchColumn(std::size_t place);
+    static QString rowIdentity();
+
     QString selectCore(const Select& s, const QStringList& extraColumns = {}) const;
-    QString fromClause(std::span<const TableRefPtr> refs) const;
-    QString tableRef(const TableRef& ref) const;
     QString orderBy(const Select& s) const;
-    QString column(const Expr& e) const;
     QString unary(const Expr& e, bool asCondition) const;
     QString binary(const Expr& e, bool asCondition) const;
     QString comparison(const Expr& e) const;
@@ -69,10 +74,8 @@ private:
     QString argument(const Expr& e) const;  // a value handed to a jet_* function, tagged
     QString collated(const Expr& e) const;  // a value, with the text collation where it is text
     QString predicate(const Expr& e) const; // Between, In, Like, Is Null, Exists as conditions
-    QString insert(const Insert& s) const;
     Commands update(const Update& s) const;
     Commands updateJoin(const Update& s) const;
-    Commands deleteRows(const Delete& s) const;
     Commands matches(std::span<const TableRefPtr> from, const Expr* where,
                      const std::vector<const TableRef*>& rowsOf, const QStringList& values,
                      bool counted) const;
