@@ -161,6 +161,10 @@ std::unique_ptr<PgConnection> PgConnection::open(const Options& options) {
 PgConnection::PgConnection(pg_conn* conn, PgAddress address)
     : conn_(conn), address_(std::move(address)), cancel_(PQgetCancel(conn)) {
     if (address_.port == 0) address_.port = 5432;
+    // A server's notices ("... does not exist, skipping") are no failure, and libpq would write
+    // them to standard error, where a report run from cron must stay silent.
+    PQsetNoticeProcessor(
+        conn_, [](void*, const char*) {}, nullptr);
 }
 
 PgConnection::~PgConnection() {

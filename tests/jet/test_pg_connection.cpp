@@ -8,9 +8,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QTcpServer>
+#include <QTemporaryFile>
 #include <chrono>
+#include <cstdio>
 #include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -161,6 +165,21 @@ TEST(PgErrors, BecomeTheDialectsNumbersAndTheConnectionGoesOn) {
                              [](std::span<const jet::PgField>) { throw std::runtime_error("x"); }),
                  std::runtime_error);
     EXPECT_EQ(pg->exec(QStringLiteral("SELECT 1")), 1);
+}
+
+// A report run from cron must stay silent: the server's notices are not written anywhere.
+TEST(PgNotices, NeverReachStandardError) {
+    auto pg = PgConnection::open(adminOptions());
+    QTemporaryFile capture;
+    ASSERT_TRUE(capture.open());
+    std::fflush(stderr);
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(capture.handle(), STDERR_FILENO);
+    pg->exec(QStringLiteral("DROP TABLE IF EXISTS no_such_table_here"));
+    std::fflush(stderr);
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    EXPECT_EQ(QFile(capture.fileName()).size(), 0);
 }
 
 TEST(PgCancel, StopsALongReadFromAnotherThread) {
