@@ -3,6 +3,8 @@
 #include "jet/JetError.h"
 #include "vb/Convert.h"
 
+#include <QRegularExpression>
+
 namespace jet {
 
 QString pivotColumnName(const vb::Variant& v) {
@@ -70,6 +72,11 @@ QStringList scriptEntries(const QString& script) {
     }
     flush();
     return entries;
+}
+
+QString shapeOf(const QString& text) {
+    static const QRegularExpression digits(QStringLiteral("[0-9]+"));
+    return QString(text).replace(digits, QStringLiteral("0"));
 }
 
 } // namespace jet

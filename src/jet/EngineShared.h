@@ -47,6 +47,10 @@ Binding bindToRun(const Statement& statement, const Catalog& catalog);
 
 bool changesSchema(const Statement& statement);
 
+// A read's text with its numbers blanked: another date range, price or register is the same shape,
+// and costs about the same per row, which the engines learn to show progress by.
+QString shapeOf(const QString& text);
+
 // The entries of a script: separated by lines holding only "--"; lines starting with "-- " are
 // comments.
 QStringList scriptEntries(const QString& script);

@@ -30,6 +30,9 @@ constexpr auto kTcpUserTimeoutMs = "10000";
 constexpr char kCopySignature[] = "PGCOPY\n\377\r\n\0";
 constexpr int kCopySignatureLength = 11;
 
+// How long a read waits for the server before it tells its waiting handler.
+constexpr int kWaitTickMs = 100;
+
 // Bytes a COPY FROM buffer collects before it is sent.
 constexpr std::size_t kCopyInChunk = 256 * 1024;
 
@@ -224,20 +227,53 @@ long long PgConnection::exec(const QString& sql) {
     return std::atoll(PQcmdTuples(r.get()));
 }
 
+bool PgConnection::awaitInput() {
+    pollfd fd{PQsocket(conn_), POLLIN, 0};
+    const int ready = ::poll(&fd, 1, kWaitTickMs);
+    if (ready > 0 && !PQconsumeInput(conn_)) raiseFrom("copy");
+    return ready > 0;
+}
+
 void PgConnection::copyOut(const QString& select,
-                           const std::function<void(std::span<const PgField>)>& onRow) {
+                           const std::function<void(std::span<const PgField>)>& onRow,
+                           const std::function<void()>& whileWaiting) {
     const QString command = QStringLiteral("COPY (%1) TO STDOUT (FORMAT binary)").arg(select);
-    Result start(PQexec(conn_, command.toUtf8().constData()));
-    if (!start || PQresultStatus(start.get()) != PGRES_COPY_OUT) raiseFrom("copy", start.get());
+    if (!PQsendQuery(conn_, command.toUtf8().constData())) raiseFrom("copy");
+    // A failure in onRow or whileWaiting must still leave the connection ready for its next call:
+    // the rest of the copy is read off and dropped before the failure goes on.
+    std::exception_ptr failure;
+    const auto wait = [&] {
+        if (awaitInput() || !whileWaiting || failure) return;
+        try {
+            whileWaiting();
+        } catch (...) {
+            failure = std::current_exception();
+            cancel();
+        }
+    };
+    // The server's first word comes with its first rows (it sends in whole buffers), so a read
+    // that groups says nothing until it is done: this is where it works.
+    if (whileWaiting)
+        while (PQisBusy(conn_))
+            wait();
+    Result start(PQgetResult(conn_));
+    if (!start || PQresultStatus(start.get()) != PGRES_COPY_OUT) {
+        while (Result more{PQgetResult(conn_)}) {
+        }
+        if (failure) std::rethrow_exception(failure);
+        raiseFrom("copy", start.get());
+    }
     start.reset();
     std::vector<PgField> fields;
     bool headerRead = false;
-    // A failure in onRow must still leave the connection ready for its next call: the rest of
-    // the copy is read off and dropped before the failure goes on.
-    std::exception_ptr failure;
     for (;;) {
         char* buffer = nullptr;
-        const int length = PQgetCopyData(conn_, &buffer, 0);
+        // Without a waiting handler libpq blocks; with one, nothing complete yet gives 0.
+        const int length = PQgetCopyData(conn_, &buffer, whileWaiting ? 1 : 0);
+        if (length == 0) {
+            wait();
+            continue;
+        }
         if (length == -1) break; // done: the final status follows
         if (length == -2) raiseFrom("copy");
         std::unique_ptr<char, decltype(&PQfreemem)> owned(buffer, &PQfreemem);

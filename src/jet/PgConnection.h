@@ -74,7 +74,10 @@ public:
     // Streams the rows of a SELECT through COPY ... TO STDOUT (FORMAT binary): onRow is called
     // once per row with one field per column, as the server sends them, so the whole result is
     // never held twice. A failure or a cancel raises after the rows before it were handed on.
-    void copyOut(const QString& select, const std::function<void(std::span<const PgField>)>& onRow);
+    // While the server sends nothing (a grouping read works before its first row), whileWaiting
+    // is called about every tenth of a second.
+    void copyOut(const QString& select, const std::function<void(std::span<const PgField>)>& onRow,
+                 const std::function<void()>& whileWaiting = {});
     // Streams rows into a table through COPY ... FROM STDIN (FORMAT text): produce is called with
     // a buffer to append text rows to (tab-separated, "\N" for Null, newline-ended) and returns
     // false when there are no more; the buffer is sent whenever it grows past a few hundred KiB.
@@ -103,6 +106,8 @@ public:
 private:
     PgConnection(pg_conn* conn, PgAddress address);
     [[noreturn]] void raiseFrom(const char* what, pg_result* result = nullptr);
+    // Waits up to a tenth of a second for the server to send more, and reads it.
+    bool awaitInput();
 
     pg_conn* conn_;
     PgAddress address_;

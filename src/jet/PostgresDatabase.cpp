@@ -7,6 +7,7 @@
 #include "jet/SqliteDatabase.h"
 #include "recordset/RecordsetBuilder.h"
 
+#include <QElapsedTimer>
 #include <QRegularExpression>
 #include <chrono>
 
@@ -89,13 +90,65 @@ const Catalog& PostgresDatabase::catalog() {
     return catalog_;
 }
 
-// The rows the server expects the read to give, from its plan's top line.
-long long PostgresDatabase::estimatedRows(const QString& select) {
-    static const QRegularExpression rows(u"rows=(\\d+)"_s);
+// What the server expects of a read, from its plan's top line: the rows it gives and its cost.
+PostgresDatabase::PlanEstimate PostgresDatabase::estimate(const QString& select) {
+    static const QRegularExpression top(u"cost=[0-9.]+\\.\\.([0-9.]+) rows=(\\d+)"_s);
     const auto plan = serverCall([&] { return conn_->query(u"EXPLAIN "_s + select); });
-    if (plan.rows.empty() || !plan.rows.front().front()) return 0;
-    return rows.match(*plan.rows.front().front()).captured(1).toLongLong();
+    if (plan.rows.empty() || !plan.rows.front().front()) return {};
+    const QRegularExpressionMatch m = top.match(*plan.rows.front().front());
+    return {m.captured(2).toDouble(), m.captured(1).toDouble()};
 }
+
+// Follows a read: the rows received against the rows the plan expects, and, since a grouping read
+// sends nothing until it is done, the time it has taken against the time reads of its shape took
+// per unit of the plan's cost (any shape's, until this one has run). The bar never goes back and
+// waits at 99 until the read is complete.
+class PostgresDatabase::ReadMeter {
+public:
+    ReadMeter(PostgresDatabase& db, const ReadProgress* progress, const QString& sql)
+        : db_(db), progress_(progress) {
+        if (!progress_) return;
+        shape_ = shapeOf(sql);
+        plan_ = db_.estimate(sql);
+        const double perCost = db_.msPerCost_.value(shape_, db_.lastMsPerCost_);
+        expectedMs_ = perCost * plan_.cost;
+        clock_.start();
+        tell(0);
+    }
+    void rowReceived() {
+        ++received_;
+        if (progress_) tell(std::max(share(received_, plan_.rows), timeShare()));
+    }
+    void waiting() {
+        if (progress_) tell(timeShare());
+    }
+    void finish() {
+        if (!progress_) return;
+        // Reads too short to time tell nothing about the next one.
+        if (plan_.cost > 0 && clock_.elapsed() >= kShortestTimedMs)
+            db_.msPerCost_.insert(shape_, db_.lastMsPerCost_ = clock_.elapsed() / plan_.cost);
+        tell(100);
+    }
+
+private:
+    static constexpr qint64 kShortestTimedMs = 50;
+    static int share(double done, double expected) {
+        return expected > 0 ? static_cast<int>(std::min(99.0, 100.0 * done / expected)) : 0;
+    }
+    int timeShare() const { return share(static_cast<double>(clock_.elapsed()), expectedMs_); }
+    void tell(int percent) {
+        if (percent > told_) (*progress_)(told_ = percent);
+    }
+
+    PostgresDatabase& db_;
+    const ReadProgress* progress_;
+    QString shape_;
+    PlanEstimate plan_;
+    double expectedMs_ = 0;
+    QElapsedTimer clock_;
+    long long received_ = 0;
+    int told_ = -1;
+};
 
 std::shared_ptr<rs::Recordset> PostgresDatabase::read(const PostgresGenerator::Read& plan,
                                                       const std::vector<ResultColumn>& columns,
@@ -103,43 +156,39 @@ std::shared_ptr<rs::Recordset> PostgresDatabase::read(const PostgresGenerator::R
     rs::RecordsetBuilder builder;
     for (const ResultColumn& c : columns)
         builder.addField(c.name, adoTypeOf(c.type.type), isText(c.type.type) ? c.type.size : 0);
-    const double expected =
-        progress ? static_cast<double>(std::max(estimatedRows(plan.sql), 1LL)) : 1;
-    int told = -1;
-    auto tell = [&](int percent) {
-        if (progress && percent > told) (*progress)(told = percent);
-    };
-    tell(0);
+    ReadMeter meter(*this, progress, plan.sql);
     std::vector<vb::Variant> fetched(plan.fetched.size()), row(columns.size()), parts;
-    long long received = 0;
     serverCall([&] {
-        conn_->copyOut(plan.sql, [&](std::span<const PgField> fields) {
-            stopIfInterrupted();
-            for (std::size_t i = 0; i < fetched.size() && i < fields.size(); ++i) {
-                const bool serial = i < plan.serials.size() && plan.serials[i];
-                fetched[i] = variantFromPg(fields[i], serial ? SqlType::Double : plan.fetched[i]);
-                if (serial && !fetched[i].isNull())
-                    fetched[i] = vb::Variant::date(fetched[i].doubleValue());
-            }
-            for (std::size_t c = 0; c < columns.size(); ++c) {
-                if (plan.source[c] >= 0) {
-                    row[c] = fetched[static_cast<std::size_t>(plan.source[c])];
-                    continue;
+        conn_->copyOut(
+            plan.sql,
+            [&](std::span<const PgField> fields) {
+                stopIfInterrupted();
+                for (std::size_t i = 0; i < fetched.size() && i < fields.size(); ++i) {
+                    const bool serial = i < plan.serials.size() && plan.serials[i];
+                    fetched[i] =
+                        variantFromPg(fields[i], serial ? SqlType::Double : plan.fetched[i]);
+                    if (serial && !fetched[i].isNull())
+                        fetched[i] = vb::Variant::date(fetched[i].doubleValue());
                 }
-                const PostgresGenerator::LocalColumn& local = plan.local[c];
-                parts.clear();
-                for (int f : local.fetched)
-                    parts.push_back(fetched[static_cast<std::size_t>(f)]);
-                row[c] = local_.evaluate(local.expression, parts, varTypeOf(columns[c].type.type));
-            }
-            builder.appendRow(row);
-            // Past the estimate the read is not done: it waits just short of the end.
-            tell(static_cast<int>(
-                std::min(99.0, 100.0 * static_cast<double>(++received) / expected)));
-        });
+                for (std::size_t c = 0; c < columns.size(); ++c) {
+                    if (plan.source[c] >= 0) {
+                        row[c] = fetched[static_cast<std::size_t>(plan.source[c])];
+                        continue;
+                    }
+                    const PostgresGenerator::LocalColumn& local = plan.local[c];
+                    parts.clear();
+                    for (int f : local.fetched)
+                        parts.push_back(fetched[static_cast<std::size_t>(f)]);
+                    row[c] =
+                        local_.evaluate(local.expression, parts, varTypeOf(columns[c].type.type));
+                }
+                builder.appendRow(row);
+                meter.rowReceived();
+            },
+            [&] { meter.waiting(); });
     });
     auto result = builder.finish();
-    tell(100);
+    meter.finish();
     return result;
 }
 

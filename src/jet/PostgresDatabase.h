@@ -12,6 +12,7 @@
 #include "jet/PostgresGenerator.h"
 #include "recordset/Recordset.h"
 
+#include <QHash>
 #include <QString>
 #include <atomic>
 #include <functional>
@@ -69,12 +70,21 @@ private:
     // One call to the server, which a cancel can reach.
     template <typename Call> auto serverCall(Call call);
     void stopIfInterrupted() const;
-    long long estimatedRows(const QString& select);
+    struct PlanEstimate {
+        double rows = 0;
+        double cost = 0;
+    };
+    PlanEstimate estimate(const QString& select);
+    class ReadMeter;
 
     std::unique_ptr<PgConnection> conn_;
     LocalEvaluator local_;
     Catalog catalog_;
     QString schemaStamp_;
+    // Milliseconds per unit of the plan's cost, by the shape of the read (shapeOf), learned from
+    // the reads this connection finished; and the last one learned, for a shape not yet run.
+    QHash<QString, double> msPerCost_;
+    double lastMsPerCost_ = 0;
     std::atomic<bool> interrupted_{false};
     std::atomic<bool> busy_{false};
     std::mutex interrupting_; // keeps two interrupts from replacing the canceller at once

@@ -216,12 +216,6 @@ int programLength(sqlite3* db, const QString& sql) {
     return length;
 }
 
-// Reads of the same text but for its numbers (dates, prices, registers) cost alike per row.
-QString shapeOf(const QString& dialectText) {
-    static const QRegularExpression digits(u"[0-9]+"_s);
-    return QString(dialectText).replace(digits, u"0"_s);
-}
-
 // A site file written in WAL mode says so in two bytes of its header.
 bool isWalFile(const QString& path) {
     QFile file(path);

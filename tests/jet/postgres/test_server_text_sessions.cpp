@@ -206,4 +206,22 @@ TEST(ServerSessions, ACancelStopsALongReadAndLeavesTheConnectionUsable) {
     EXPECT_GT(told.size(), 10u);
 }
 
+// An aggregate read sends its one row only when it is done; once a read of its shape has run, the
+// bar moves while the server works, by the time that read took per unit of the plan's cost.
+TEST(ServerSessions, AnAggregateReadMovesTheBarBeforeItsRowComes) {
+    auto& server = *testsupport::bothSites().server;
+    const auto counted = [](int below) {
+        return u"SELECT count(*) AS n FROM tblTrans AS a, tblTrans AS b "
+               "WHERE a.idftransid < %1 AND a.fldTransPrice < b.fldTransPrice"_s.arg(below);
+    };
+    server.query(counted(3000), [](int) {});
+    std::vector<int> told;
+    server.query(counted(4000), [&](int p) { told.push_back(p); });
+    EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+    EXPECT_EQ(told.back(), 100);
+    // The row itself takes the bar to 99 at once; anything between was the server's work.
+    EXPECT_TRUE(std::any_of(told.begin(), told.end(), [](int p) { return p > 0 && p < 99; }))
+        << "the bar stood still until the row came: " << ::testing::PrintToString(told);
+}
+
 } // namespace
