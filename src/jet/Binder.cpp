@@ -313,29 +313,6 @@ private:
         return SqlType::Unknown;
     }
 
-    static SqlType literalType(const vb::Variant& v) {
-        switch (v.type()) {
-        case vb::VarType::Boolean:
-            return SqlType::Boolean;
-        case vb::VarType::Integer:
-            return SqlType::Integer;
-        case vb::VarType::Long:
-            return SqlType::Long;
-        case vb::VarType::Single:
-            return SqlType::Single;
-        case vb::VarType::Double:
-            return SqlType::Double;
-        case vb::VarType::Currency:
-            return SqlType::Currency;
-        case vb::VarType::Date:
-            return SqlType::Date;
-        case vb::VarType::String:
-            return SqlType::Text;
-        default:
-            return SqlType::Unknown;
-        }
-    }
-
     SqlType binaryType(const Expr& e, const Scope& scope) {
         const SqlType a = bindExpr(*e.args[0], scope);
         const SqlType b = bindExpr(*e.args[1], scope);

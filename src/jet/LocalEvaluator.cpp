@@ -12,15 +12,6 @@ namespace jet {
 
 namespace {
 
-[[noreturn]] void raiseFrom(sqlite3* db, int code) {
-    const QString text = QString::fromUtf8(sqlite3_errmsg(db));
-    const qsizetype colon = text.indexOf(u": ");
-    bool numeric = false;
-    const int number = colon > 0 ? text.left(colon).toInt(&numeric) : 0;
-    if (numeric) throw engineError(number, text.mid(colon + 2));
-    throw engineError(kEngineErrorBase + (code & 0xff), text);
-}
-
 // A value as a site file keeps it; the tag wrappers of the generated text give it its kind back.
 void bind(sqlite3_stmt* stmt, int index, const vb::Variant& v) {
     switch (v.type()) {
@@ -63,7 +54,7 @@ void bind(sqlite3_stmt* stmt, int index, const vb::Variant& v) {
 LocalEvaluator::LocalEvaluator() {
     if (sqlite3_open_v2(":memory:", &db_, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr) !=
         SQLITE_OK)
-        raiseFrom(db_, SQLITE_NOMEM);
+        raiseSqliteError(db_, SQLITE_NOMEM);
     registerDialectFunctions(db_);
 }
 
@@ -79,7 +70,7 @@ sqlite3_stmt* LocalEvaluator::statement(const QString& expression) {
     sqlite3_stmt* stmt = nullptr;
     const int rc =
         sqlite3_prepare_v2(db_, sql.constData(), static_cast<int>(sql.size()), &stmt, nullptr);
-    if (rc != SQLITE_OK) raiseFrom(db_, rc);
+    if (rc != SQLITE_OK) raiseSqliteError(db_, rc);
     statements_.insert(expression, stmt);
     return stmt;
 }
@@ -94,7 +85,7 @@ vb::Variant LocalEvaluator::evaluate(const QString& expression, std::span<const 
     const int rc = sqlite3_step(stmt);
     if (rc != SQLITE_ROW) {
         sqlite3_reset(stmt);
-        raiseFrom(db_, rc);
+        raiseSqliteError(db_, rc);
     }
     vb::Variant result = variantFromColumn(stmt, 0, kind);
     sqlite3_reset(stmt);

@@ -221,25 +221,11 @@ QString pgLiteral(const vb::Variant& v, SqlType type) {
     case SqlType::Unknown:
         break;
     }
-    if (type == SqlType::Unknown && !v.isString())
-        return pgLiteral(v, [&] {
-            switch (v.type()) {
-            case vb::VarType::Boolean:
-                return SqlType::Boolean;
-            case vb::VarType::Integer:
-                return SqlType::Integer;
-            case vb::VarType::Long:
-                return SqlType::Long;
-            case vb::VarType::Single:
-                return SqlType::Single;
-            case vb::VarType::Currency:
-                return SqlType::Currency;
-            case vb::VarType::Date:
-                return SqlType::Date;
-            default:
-                return SqlType::Double;
-            }
-        }());
+    // An untyped value that is no text takes its own kind (a number of another kind a Double).
+    if (type == SqlType::Unknown && !v.isString()) {
+        const SqlType own = literalType(v);
+        return pgLiteral(v, own == SqlType::Unknown ? SqlType::Double : own);
+    }
     QString s = vb::cstr(v);
     s.replace(u'\'', u"''"_s);
     return u"CAST('"_s + s + u"' AS text)"_s;

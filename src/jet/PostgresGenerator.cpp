@@ -996,22 +996,8 @@ QString columnDeclaration(const ColumnDef& c, const ColumnType& type) {
 } // namespace
 
 PostgresGenerator::Commands PostgresGenerator::selectInto(const Select& s) const {
-    if (catalog_.table(s.into)) raise(err::TableExists, s.into);
-    QStringList columns, names;
-    std::vector<ColumnType> types;
-    QSet<QString> seen;
-    for (const OutputColumn& out : binding_.outputs(&s)) {
-        const QString lower = out.name.toLower();
-        if (seen.contains(lower)) raise(err::FieldDefinedTwice);
-        seen.insert(lower);
-        ColumnType type = out.type;
-        type.counter = false;
-        columns << quoted(out.name) + u' ' + pgDeclaration(type);
-        names << quoted(out.name);
-        types.push_back(type);
-    }
-    return {{createTable(s.into, columns), false},
-            {insertRows(PostgresGenerator::insertInto(s.into, names), s, types)}};
+    const IntoTable into = intoTable(s);
+    return {{createTable(s.into, into.declared), false}, {into.insert}};
 }
 
 // The rows `from` gives that `where` keeps, read before any is written: for each table of
@@ -1156,6 +1142,10 @@ QString PostgresGenerator::matchColumn(std::size_t place) {
 
 QString PostgresGenerator::rowIdentity() {
     return u"ctid"_s;
+}
+
+QString PostgresGenerator::declaration(const ColumnType& type) {
+    return pgDeclaration(type);
 }
 
 } // namespace jet

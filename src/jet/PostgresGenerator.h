@@ -66,6 +66,7 @@ private:
     static QString matchesTable();
     static QString matchColumn(std::size_t place);
     static QString rowIdentity();
+    static QString declaration(const ColumnType& type);
 
     QString value(const Expr& e) const;
     QString condition(const Expr& e) const;

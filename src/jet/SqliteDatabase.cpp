@@ -26,23 +26,13 @@ namespace jet {
 
 namespace {
 
-// An error of SQLite's, or of a dialect function run inside it ("13: Type mismatch").
-[[noreturn]] void raiseEngine(sqlite3* db, int code) {
-    const QString text = QString::fromUtf8(sqlite3_errmsg(db));
-    const qsizetype colon = text.indexOf(u": ");
-    bool numeric = false;
-    const int number = colon > 0 ? text.left(colon).toInt(&numeric) : 0;
-    if (numeric) throw engineError(number, text.mid(colon + 2));
-    throw engineError(kEngineErrorBase + (code & 0xff), text);
-}
-
 class SqlStatement {
 public:
     SqlStatement(sqlite3* db, const QString& sql) : db_(db) {
         const QByteArray utf8 = sql.toUtf8();
         const int rc = sqlite3_prepare_v2(db, utf8.constData(), static_cast<int>(utf8.size()),
                                           &stmt_, nullptr);
-        if (rc != SQLITE_OK) raiseEngine(db, rc);
+        if (rc != SQLITE_OK) raiseSqliteError(db, rc);
     }
     ~SqlStatement() { sqlite3_finalize(stmt_); }
     SqlStatement(const SqlStatement&) = delete;
@@ -53,7 +43,7 @@ public:
         const int rc = sqlite3_step(stmt_);
         if (rc == SQLITE_ROW) return true;
         if (rc == SQLITE_DONE) return false;
-        raiseEngine(db_, rc);
+        raiseSqliteError(db_, rc);
     }
     sqlite3_stmt* get() const { return stmt_; }
 

@@ -494,23 +494,8 @@ QString SqliteGenerator::createTable(const QString& name, const QStringList& col
 }
 
 SqliteGenerator::Commands SqliteGenerator::selectInto(const Select& s) const {
-    if (catalog_.table(s.into)) raise(err::TableExists, s.into);
-    QStringList columns, names;
-    std::vector<ColumnType> types;
-    QSet<QString> seen;
-    for (const OutputColumn& out : binding_.outputs(&s)) {
-        // Names that differ only in letter case are one column's name to the dialect.
-        const QString folded = out.name.toLower();
-        if (seen.contains(folded)) raise(err::FieldDefinedTwice);
-        seen.insert(folded);
-        ColumnType type = out.type;
-        type.counter = false;
-        columns << quoted(out.name) + u' ' + sqliteDeclaration(type);
-        names << quoted(out.name);
-        types.push_back(type);
-    }
-    return {{createTable(s.into, columns)},
-            {insertRows(SqliteGenerator::insertInto(s.into, names), s, types)}};
+    const IntoTable into = intoTable(s);
+    return {{createTable(s.into, into.declared)}, {into.insert}};
 }
 
 QString SqliteGenerator::storedValue(const Expr& e, const ColumnType& target) const {
@@ -726,6 +711,10 @@ QString SqliteGenerator::matchColumn(std::size_t place) {
 
 QString SqliteGenerator::rowIdentity() {
     return u"rowid"_s;
+}
+
+QString SqliteGenerator::declaration(const ColumnType& type) {
+    return sqliteDeclaration(type);
 }
 
 } // namespace jet

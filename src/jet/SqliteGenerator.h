@@ -60,6 +60,7 @@ private:
     static QString matchesTable();
     static QString matchColumn(std::size_t place);
     static QString rowIdentity();
+    static QString declaration(const ColumnType& type);
 
     QString selectCore(const Select& s, const QStringList& extraColumns = {}) const;
     QString orderBy(const Select& s) const;

@@ -1,5 +1,7 @@
 #include "jet/SqliteValue.h"
 
+#include "jet/JetError.h"
+#include "jet/SqliteDatabase.h"
 #include "jet/Storage.h"
 #include "vb/Convert.h"
 
@@ -165,6 +167,15 @@ void resultFromVariant(sqlite3_context* context, const Variant& value) {
         resultText(context, value.stringValue());
         return;
     }
+}
+
+void raiseSqliteError(sqlite3* db, int code) {
+    const QString text = QString::fromUtf8(sqlite3_errmsg(db));
+    const qsizetype colon = text.indexOf(u": ");
+    bool numeric = false;
+    const int number = colon > 0 ? text.left(colon).toInt(&numeric) : 0;
+    if (numeric) throw engineError(number, text.mid(colon + 2));
+    throw engineError(kEngineErrorBase + (code & 0xff), text);
 }
 
 } // namespace jet

@@ -29,4 +29,8 @@ void resultDate(sqlite3_context* context, double serial);
 void resultBoolean(sqlite3_context* context, bool value);
 void resultSingle(sqlite3_context* context, float value);
 
+// Raises SQLite's error on `db`, or that of a dialect function run inside it ("13: Type
+// mismatch") with the function's own number.
+[[noreturn]] void raiseSqliteError(sqlite3* db, int code);
+
 } // namespace jet

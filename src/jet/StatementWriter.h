@@ -5,13 +5,15 @@
 // derives from StatementWriter<itself> and supplies what differs: its quoting (quoted), its
 // conditions and values (condition, select, storedValue, insertRows), the table of matched rows a
 // write through a join reads first (matches, matchesTable, matchColumn) and how a table's row is
-// named (rowIdentity: SQLite's rowid, PostgreSQL's ctid).
+// named (rowIdentity: SQLite's rowid, PostgreSQL's ctid), and how it declares a column's type
+// (declaration).
 
 #include "jet/Binder.h"
 #include "jet/Catalog.h"
 #include "jet/GeneratorShared.h"
 #include "jet/JetError.h"
 
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <algorithm>
@@ -89,6 +91,31 @@ protected:
         for (std::size_t i = 0; i < targets.size(); ++i)
             values << self().storedValue(*s.values[i], types[i]);
         return into + u"VALUES ("_s + values.join(u", "_s) + u')';
+    }
+
+    // SELECT ... INTO's new table: a column per output, declared as the engine declares its type,
+    // and the INSERT that fills it.
+    struct IntoTable {
+        QStringList declared; // name and declaration of each column
+        QString insert;       // INSERT INTO the table (columns) SELECT ...
+    };
+    IntoTable intoTable(const Select& s) const {
+        if (self().catalog_.table(s.into)) raise(err::TableExists, s.into);
+        QStringList declared, names;
+        std::vector<ColumnType> types;
+        QSet<QString> seen;
+        for (const OutputColumn& out : self().binding_.outputs(&s)) {
+            // Names that differ only in letter case are one column's name to the dialect.
+            const QString folded = out.name.toLower();
+            if (seen.contains(folded)) raise(err::FieldDefinedTwice);
+            seen.insert(folded);
+            ColumnType type = out.type;
+            type.counter = false;
+            declared << Generator::quoted(out.name) + u' ' + Generator::declaration(type);
+            names << Generator::quoted(out.name);
+            types.push_back(type);
+        }
+        return {declared, self().insertRows(insertInto(s.into, names), s, types)};
     }
 
     // UPDATE of a single table.

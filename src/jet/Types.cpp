@@ -105,6 +105,29 @@ bool isText(SqlType type) {
     return type == SqlType::Text || type == SqlType::Memo;
 }
 
+SqlType literalType(const vb::Variant& v) {
+    switch (v.type()) {
+    case vb::VarType::Boolean:
+        return SqlType::Boolean;
+    case vb::VarType::Integer:
+        return SqlType::Integer;
+    case vb::VarType::Long:
+        return SqlType::Long;
+    case vb::VarType::Single:
+        return SqlType::Single;
+    case vb::VarType::Double:
+        return SqlType::Double;
+    case vb::VarType::Currency:
+        return SqlType::Currency;
+    case vb::VarType::Date:
+        return SqlType::Date;
+    case vb::VarType::String:
+        return SqlType::Text;
+    default:
+        return SqlType::Unknown;
+    }
+}
+
 bool isNumeric(SqlType type) {
     switch (type) {
     case SqlType::Boolean:

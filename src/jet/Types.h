@@ -42,6 +42,9 @@ std::optional<ColumnType> parameterTypeFromName(const QString& typeName, int siz
 rs::AdoType adoTypeOf(SqlType type);
 vb::VarType varTypeOf(SqlType type);
 
+// The type a value written in the text has (Unknown for Null and Empty).
+SqlType literalType(const vb::Variant& v);
+
 bool isText(SqlType type);
 bool isNumeric(SqlType type); // Byte .. Currency and Boolean
 // The type arithmetic on two numbers gives, as the dialect widens them.
